@@ -1,0 +1,72 @@
+// A phone in software. One Handset owns everything the ce:: calls need: the store (phone.db), the file root (files/),
+// clock, threads, sockets, message boxes, fault rules and the ledger of what was handed out. Many can live in one
+// process; the one a thread works with is that thread's current phone, and a thread created through ce::CreateThread
+// works with the phone of its creator.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+
+#include "platform/Winsock.h"
+
+namespace handset {
+
+class Faults;
+class Ledger;
+class MessageBoxes;
+class Clock;
+class Store;
+
+// How threads made by ce::CreateThread run.
+enum class Threads {
+  kReal,    // a thread of the host system each
+  kInline,  // the body runs inside ce::WaitForSingleObject, on the waiter's thread: deterministic tests
+};
+
+class Handset {
+ public:
+  // Makes a new phone folder from a description (docs/handset.md). Throws DescriptionError or StoreError; then nothing
+  // was created.
+  static void Init(const std::filesystem::path& folder, const nlohmann::json& description);
+  // Opens an existing phone folder. Throws StoreError when phone.db is missing, damaged or newer than this program.
+  static std::unique_ptr<Handset> Open(const std::filesystem::path& folder);
+
+  ~Handset();
+
+  nlohmann::json Describe() const;
+
+  Faults& GetFaults();
+  Ledger& GetLedger();
+  MessageBoxes& GetMessageBoxes();
+  Clock& GetClock();
+  Store& GetStore();
+  const std::filesystem::path& GetFilesRoot() const;
+
+  void SetThreads(Threads mode);
+
+  // Gives the phone a socket of the host system (connected or listening); the phone owns it from now on.
+  ce::SOCKET AdoptSocket(int descriptor);
+
+  // The calling thread's current phone; there must be one.
+  static Handset& Current();
+
+ private:
+  struct State;
+  explicit Handset(std::unique_ptr<State> state);
+  std::unique_ptr<State> m_state;
+};
+
+// Makes a phone the calling thread's current one for a scope.
+class CurrentPhone {
+ public:
+  explicit CurrentPhone(Handset& phone);
+  ~CurrentPhone();
+  CurrentPhone(const CurrentPhone&) = delete;
+  CurrentPhone& operator=(const CurrentPhone&) = delete;
+
+ private:
+  Handset* m_previous;
+};
+
+}  // namespace handset
