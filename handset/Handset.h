@@ -17,11 +17,12 @@ class Ledger;
 class MessageBoxes;
 class Clock;
 class Store;
+struct Phone;
 
 // How threads made by ce::CreateThread run.
 enum class Threads {
   kReal,    // a thread of the host system each
-  kInline,  // the body runs inside ce::WaitForSingleObject, on the waiter's thread: deterministic tests
+  kInline,  // a resumed body runs inside ce::WaitForSingleObject, on the waiter's thread: deterministic tests
 };
 
 class Handset {
@@ -29,11 +30,15 @@ class Handset {
   // Makes a new phone folder from a description (docs/handset.md). Throws DescriptionError or StoreError; then nothing
   // was created.
   static void Init(const std::filesystem::path& folder, const nlohmann::json& description);
+  // The same from a JSON file, which the texts of its errors then name.
+  static void InitFromFile(const std::filesystem::path& folder, const std::filesystem::path& description);
   // Opens an existing phone folder. Throws StoreError when phone.db is missing, damaged or newer than this program.
   static std::unique_ptr<Handset> Open(const std::filesystem::path& folder);
 
+  // Waits for the threads that still run.
   ~Handset();
 
+  // The description of this phone: Init makes the same phone from it.
   nlohmann::json Describe() const;
 
   Faults& GetFaults();
@@ -43,6 +48,7 @@ class Handset {
   Store& GetStore();
   const std::filesystem::path& GetFilesRoot() const;
 
+  // For threads created from now on.
   void SetThreads(Threads mode);
 
   // Gives the phone a socket of the host system (connected or listening); the phone owns it from now on.
@@ -50,11 +56,15 @@ class Handset {
 
   // The calling thread's current phone; there must be one.
   static Handset& Current();
+  // Null when there is none.
+  static Handset* CurrentOrNull();
+
+  // For the handset's own sources.
+  Phone& GetPhone() { return *m_phone; }
 
  private:
-  struct State;
-  explicit Handset(std::unique_ptr<State> state);
-  std::unique_ptr<State> m_state;
+  explicit Handset(std::unique_ptr<Phone> phone);
+  std::unique_ptr<Phone> m_phone;
 };
 
 // Makes a phone the calling thread's current one for a scope.

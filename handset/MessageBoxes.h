@@ -1,0 +1,50 @@
+// Message boxes: shown on standard error, answered by rules, by the person at the terminal, or with No.
+#pragma once
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/User.h"
+
+namespace handset {
+
+// Answers a box whose caption equals and whose text contains what is given, if the box has that button.
+struct BoxAnswer {
+  std::optional<std::u16string> caption;
+  std::optional<std::u16string> contains;
+  ce::INT answer = ce::IDNO;
+};
+
+struct ShownBox {
+  std::u16string caption;
+  std::u16string text;
+  ce::DWORD type;
+  ce::INT answer;
+};
+
+// May be used from any thread; boxes are shown one after the other.
+class MessageBoxes {
+ public:
+  ce::INT Show(std::u16string text, std::u16string caption, ce::DWORD type);
+
+  // Earlier answers go first.
+  void AddAnswer(BoxAnswer answer);
+  void ClearAnswers();
+  // Silent: nothing on standard error, nobody at the terminal is asked.
+  void SetSilent(bool silent);
+
+  std::vector<ShownBox> GetLog() const;
+  void ClearLog();
+
+ private:
+  ce::INT Answer(const ShownBox& box) const;
+
+  mutable std::mutex m_mutex;
+  std::vector<BoxAnswer> m_answers;
+  std::vector<ShownBox> m_log;
+  bool m_silent = false;
+};
+
+}  // namespace handset
