@@ -26,10 +26,8 @@ struct IMAPISession : IUnknown {
   virtual HRESULT OpenAddressBook(ULONG window, const IID* iid, ULONG flags, IAddrBook** book) = 0;
   virtual HRESULT OpenProfileSection(MAPIUID* uid, const IID* iid, ULONG flags, IProfSect** section) = 0;
   virtual HRESULT GetStatusTable(ULONG flags, IMAPITable** table) = 0;
-  virtual HRESULT OpenEntry(ULONG idSize, ENTRYID* id, const IID* iid, ULONG flags, ULONG* type,
-                            IUnknown** object) = 0;
-  virtual HRESULT CompareEntryIDs(ULONG size1, ENTRYID* id1, ULONG size2, ENTRYID* id2, ULONG flags,
-                                  ULONG* result) = 0;
+  virtual HRESULT OpenEntry(ULONG idSize, ENTRYID* id, const IID* iid, ULONG flags, ULONG* type, IUnknown** object) = 0;
+  virtual HRESULT CompareEntryIDs(ULONG size1, ENTRYID* id1, ULONG size2, ENTRYID* id2, ULONG flags, ULONG* result) = 0;
   virtual HRESULT Advise(ULONG idSize, ENTRYID* id, ULONG mask, IMAPIAdviseSink* sink, ULONG* connection) = 0;
   virtual HRESULT Unadvise(ULONG connection) = 0;
   virtual HRESULT MessageOptions(ULONG window, ULONG flags, WCHAR* type, IMessage* message) = 0;

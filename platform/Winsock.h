@@ -9,10 +9,11 @@ namespace ce {
 using SOCKET = std::uint32_t;
 inline constexpr SOCKET INVALID_SOCKET = 0xFFFFFFFF;
 inline constexpr INT SOCKET_ERROR = -1;
-inline constexpr INT FD_SETSIZE = 64;
+// winsock2.h FD_SETSIZE, FIONREAD and FIONBIO, under names that no macro of another system takes.
+inline constexpr INT kFdSetSize = 64;
 
-inline constexpr LONG FIONREAD = 0x4004667F;
-inline constexpr LONG FIONBIO = static_cast<LONG>(0x8004667E);
+inline constexpr LONG kFionRead = 0x4004667F;
+inline constexpr LONG kFionBio = static_cast<LONG>(0x8004667E);
 
 inline constexpr INT SD_RECEIVE = 0;
 inline constexpr INT SD_SEND = 1;
@@ -34,7 +35,7 @@ inline constexpr INT WSANOTINITIALISED = 10093;
 
 struct fd_set {
   DWORD fd_count;
-  SOCKET fd_array[FD_SETSIZE];
+  SOCKET fd_array[kFdSetSize];
 };
 CE_LAYOUT(fd_set, 260, 4);
 

@@ -1,0 +1,123 @@
+// CAgentEngine, text codecs.
+#include "agent/engine/Codecs.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "agent/engine/AgentEngine.h"
+#include "agent/engine/ReplyWriter.h"
+
+namespace {
+
+constexpr char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::int32_t kBase64LineBytes = 54;
+
+constexpr bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+}  // namespace
+
+std::uint32_t CAgentEngine::Utf16ToUtf8(const char16_t* source, std::uint8_t* dest) {
+  std::uint32_t count = 0;
+  codecs::EncodeUtf8(source, [&](std::uint8_t byte) { dest[count++] = byte; });
+  dest[count] = 0;
+  return count;
+}
+
+std::uint32_t CAgentEngine::Utf8ToUtf16(const std::uint8_t* source, char16_t* dest, std::uint32_t capacity) {
+  if (capacity == 0) {
+    return 0;
+  }
+  std::uint32_t read = 0;
+  std::uint32_t written = 0;
+  while (written + 1 < capacity && source[read] != 0) {
+    const std::uint8_t* at = source + read;
+    std::uint32_t unit = 0;
+    if (at[0] < 0x80) {
+      unit = at[0];
+      read += 1;
+    } else if (at[0] >= 0xC0 && at[0] <= 0xDF) {
+      unit = ((at[0] - 0xC0U) << 6) + (at[1] - 0x80U);
+      read += 2;
+    } else if (at[0] >= 0xE0 && at[0] <= 0xEF) {
+      unit = ((at[0] & 0x0FU) << 12) + ((at[1] - 0x80U) << 6) + (at[2] - 0x80U);
+      read += 3;
+    } else {
+      // Kept(stray-byte-fills-with-question-marks): a byte that begins no character is never got past; "?" fills the
+      // destination up to its bound.
+      unit = u'?';
+    }
+    dest[written++] = static_cast<char16_t>(unit);
+  }
+  dest[written] = 0;
+  return read;
+}
+
+// Whole and broken groups of three bytes, no line breaks, no terminator.
+std::uint32_t CAgentEngine::Base64Encode(char* dest, const std::uint8_t* source, std::int32_t length) {
+  char* out = dest;
+  for (std::int32_t at = 0; at < length; at += 3) {
+    const std::int32_t have = std::min<std::int32_t>(3, length - at);
+    std::uint32_t group = static_cast<std::uint32_t>(source[at]) << 16;
+    group |= have > 1 ? static_cast<std::uint32_t>(source[at + 1]) << 8 : 0;
+    group |= have > 2 ? static_cast<std::uint32_t>(source[at + 2]) : 0;
+    *out++ = kBase64Alphabet[group >> 18];
+    *out++ = kBase64Alphabet[group >> 12 & 0x3F];
+    *out++ = have > 1 ? kBase64Alphabet[group >> 6 & 0x3F] : '=';
+    *out++ = have > 2 ? kBase64Alphabet[group & 0x3F] : '=';
+  }
+  return static_cast<std::uint32_t>(out - dest);
+}
+
+std::uint32_t CAgentEngine::Base64EncodeBuf(char* dest, const std::uint8_t* source, std::int32_t /*ignored*/,
+                                            std::int32_t length) {
+  std::uint32_t count = 0;
+  for (std::int32_t at = 0; at < length; at += kBase64LineBytes) {
+    count += Base64Encode(dest + count, source + at, std::min(kBase64LineBytes, length - at));
+    dest[count++] = '\r';
+    dest[count++] = '\n';
+  }
+  dest[count] = 0;
+  return count;
+}
+
+std::uint32_t CAgentEngine::GetToken(const char* source, char* dest, std::int32_t& pos, std::int32_t limit, bool tag) {
+  const std::int32_t begin = pos;
+  while (tag && pos < limit && IsXmlSpace(source[pos])) {
+    ++pos;
+  }
+  if (tag && pos < limit) {
+    // The first byte belongs to the tag whatever it is.
+    do {
+      *dest++ = source[pos++];
+    } while (pos < limit && source[pos] != '>');
+    if (pos < limit) {
+      *dest++ = source[pos++];
+    }
+  }
+  while (!tag && pos < limit && source[pos] != '<') {
+    *dest++ = source[pos++];
+  }
+  *dest = 0;
+  return pos > begin ? static_cast<std::uint32_t>(pos - begin) : 0;
+}
+
+bool CAgentEngine::CheckXmlHeader(const char* text) {
+  for (const char expected : codecs::kXmlDeclaration) {
+    if (*text++ != expected) {
+      return false;
+    }
+  }
+  return *text == 0;
+}
+
+std::uint32_t CAgentEngine::MakeXmlHeader(std::int32_t pos) {
+  constexpr std::uint32_t kLength = codecs::kXmlDeclaration.size() + 1;
+  if (pos < 0 || static_cast<std::uint32_t>(pos) + kLength + 1 > wire::kSendBufSize) {
+    return 0;
+  }
+  std::uint32_t outLen = 0;
+  CReplyWriter header(std::span<std::uint8_t>(m_outBuf).subspan(static_cast<std::uint32_t>(pos)), outLen);
+  header.XmlHeader();
+  header.U8(0);
+  return kLength;
+}

@@ -1,0 +1,24 @@
+// What the contacts and the agenda module share: the default folder of Pocket Outlook that they serve, and commands 1,
+// 3 and 5 over one open collection of its items.
+#pragma once
+
+#include "agent/modules/pim/AgentModule.h"
+#include "platform/PocketOutlook.h"
+
+class CItemModule : public CAgentModule {
+ public:
+  ~CItemModule() override;
+
+ protected:
+  explicit CItemModule(CAgentEngine& engine) : CAgentModule(engine) {}
+
+  // The start-up step: takes the default folder, olFolderContacts or olFolderCalendar.
+  bool OpenFolder(ce::INT folder);
+
+  void OpenItems(CReplyWriter& reply);
+  void CloseItems(CReplyWriter& reply);
+  void GetItemCount(CReplyWriter& reply);
+
+  ce::IFolder* m_pFolder = nullptr;
+  ce::IPOutlookItemCollection* m_pItems = nullptr;  // null while closed
+};
