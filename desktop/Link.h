@@ -1,0 +1,60 @@
+// The byte stream to a phone. Nothing waits without a deadline, and a wait ends early when the user interrupts.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include "desktop/Failure.h"
+#include "desktop/FrameCodec.h"
+
+namespace brelix {
+
+using Clock = std::chrono::steady_clock;
+using Deadline = Clock::time_point;
+
+// A descriptor that yields one byte per interrupt, or -1. Whoever sees the byte takes it and fails with kInterrupted,
+// so a first interrupt stops the work and a second one stops the tidying up.
+using CancelFd = int;
+
+class Link {
+ public:
+  virtual ~Link() = default;
+  Link(const Link&) = delete;
+  Link& operator=(const Link&) = delete;
+
+  // True when bytes were appended, false when the deadline passed first. A link that ended is a failure.
+  bool Read(Bytes& into, Deadline deadline);
+  void Write(ByteView bytes, Deadline deadline);
+  // Ends the stream from this side. May wait a bounded time for what runs at the other end.
+  virtual void Close() = 0;
+  // Whether the agent at the other end lives for this one session and is told to exit after it.
+  virtual bool OneSession() const { return false; }
+
+  const std::string& address() const { return address_; }
+
+ protected:
+  Link(std::string address, CancelFd cancel) : address_(std::move(address)), cancel_(cancel) {}
+  [[noreturn]] void Fail(Exit code, const std::string& what) const;
+  // The other end is gone; says so as precisely as the kind of link can.
+  [[noreturn]] virtual void Lost(const std::string& how);
+  // True when ready, false when the deadline passed.
+  bool Wait(int fd, short events, Deadline deadline);
+
+  int read_fd_ = -1;
+  int write_fd_ = -1;
+  bool heard_ = false;  // anything was ever received
+
+ private:
+  std::string address_;
+  CancelFd cancel_;
+};
+
+// Addresses: tcp:HOST:PORT (an IPv6 address in brackets), unix:PATH, exec:COMMAND (run by the shell, its standard input
+// and output are the stream).
+std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel);
+std::unique_ptr<Link> ConnectTcp(const std::string& address, Deadline deadline, CancelFd cancel);
+std::unique_ptr<Link> ConnectUnix(const std::string& address, Deadline deadline, CancelFd cancel);
+std::unique_ptr<Link> ConnectExec(const std::string& address, CancelFd cancel);
+
+}  // namespace brelix

@@ -1,0 +1,75 @@
+// One session with a phone: handshake, open, requests one at a time, close. A session that was opened is closed again
+// whatever happens in between, as long as the link lives.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "desktop/Link.h"
+#include "desktop/Trace.h"
+
+namespace brelix {
+
+struct Reply {
+  enum class Kind {
+    kAnswer,   // what the module wrote
+    kRefused,  // module and command echoed without data: the session is not allowed
+    kDefault,  // module 1, command 0: nobody serves this, or not while the session is closed
+  };
+  Kind kind;
+  Frame frame;
+};
+
+class Session {
+ public:
+  struct Options {
+    std::chrono::milliseconds timeout{10000};  // for each answer
+    Trace* trace = nullptr;
+    std::function<void(const std::string&)> warn = [](const std::string&) {};
+  };
+
+  Session(std::unique_ptr<Link> link, Options options);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // An agent keeps bytes of the desktop before us and looks at one request per arrival of bytes. The handshake
+  // therefore skips answers that are not ours and nudges the agent on until its own comes.
+  void Handshake();
+  // Any well-formed reply to this very request.
+  Reply Ask(uint16_t module, uint16_t command, ByteView data = {});
+  // The data behind a result of 0. Anything else is a failure.
+  Bytes Answer(uint16_t module, uint16_t command, ByteView data = {});
+  // Never throws; gives up at once on a further interrupt. Called by the destructor when nobody did.
+  void Close();
+
+  const std::string& address() const { return link_->address(); }
+
+ private:
+  [[noreturn]] void Fail(Exit code, const std::string& what) const;
+  uint16_t Send(uint16_t module, uint16_t command, ByteView data, Deadline deadline);
+  void Nudge(Deadline deadline);
+  std::optional<Frame> NextFrame(Deadline until);
+  std::optional<Frame> Received(std::optional<Frame> frame);
+  Frame AwaitHandshake(Deadline deadline);
+  Frame AwaitNumber(uint16_t number, Deadline deadline);
+  Reply Exchange(uint16_t module, uint16_t command, ByteView data, std::chrono::milliseconds timeout);
+  Reply Classify(uint16_t module, uint16_t command, Frame frame) const;
+  uint32_t ResultOf(uint16_t module, uint16_t command, const Reply& reply) const;
+  void TakeLeave();
+
+  std::unique_ptr<Link> link_;
+  Options options_;
+  PacketNumbers numbers_;
+  ReplyReader reader_;
+  std::set<uint16_t> given_up_;  // numbers whose answers may still come and are not wanted any more
+  bool allowed_ = false;
+  bool opened_ = false;
+  bool exited_ = false;
+  bool alive_ = true;
+};
+
+}  // namespace brelix

@@ -1,0 +1,104 @@
+#include "desktop/Text.h"
+
+#include <cstdint>
+#include <fmt/format.h>
+
+namespace brelix {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+struct Decoded {
+  char32_t character;
+  size_t size;  // bytes used
+};
+
+bool IsHigh(char32_t c) { return c >= 0xD800 && c < 0xDC00; }
+bool IsLow(char32_t c) { return c >= 0xDC00 && c < 0xE000; }
+
+void Append(std::string& out, char32_t c) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += static_cast<char>(0xC0 | c >> 6);
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    out += static_cast<char>(0xE0 | c >> 12);
+    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  } else {
+    out += static_cast<char>(0xF0 | c >> 18);
+    out += static_cast<char>(0x80 | (c >> 12 & 0x3F));
+    out += static_cast<char>(0x80 | (c >> 6 & 0x3F));
+    out += static_cast<char>(0x80 | (c & 0x3F));
+  }
+}
+
+// One sequence, surrogates included; an overlong, too large or broken one is a single bad byte.
+Decoded DecodeOne(std::string_view text) {
+  const auto lead = static_cast<uint8_t>(text[0]);
+  if (lead < 0x80) return {lead, 1};
+  const size_t size = lead >= 0xC2 && lead < 0xE0   ? 2
+                      : lead >= 0xE0 && lead < 0xF0 ? 3
+                      : lead >= 0xF0 && lead < 0xF5 ? 4
+                                                    : 0;
+  if (size == 0 || text.size() < size) return {kReplacement, 1};
+  char32_t c = lead & (0x7F >> size);
+  for (size_t i = 1; i < size; i++) {
+    const auto next = static_cast<uint8_t>(text[i]);
+    if ((next & 0xC0) != 0x80) return {kReplacement, 1};
+    c = c << 6 | (next & 0x3F);
+  }
+  const bool overlong = (size == 3 && c < 0x800) || (size == 4 && c < 0x10000);
+  if (overlong || c > 0x10FFFF) return {kReplacement, 1};
+  return {c, size};
+}
+
+}  // namespace
+
+std::string CleanUtf8(std::string_view wire) {
+  std::string out;
+  out.reserve(wire.size());
+  while (!wire.empty()) {
+    Decoded one = DecodeOne(wire);
+    wire.remove_prefix(one.size);
+    if (IsHigh(one.character) && !wire.empty()) {
+      const Decoded two = DecodeOne(wire);
+      if (IsLow(two.character)) {
+        one.character = 0x10000 + ((one.character - 0xD800) << 10) + (two.character - 0xDC00);
+        wire.remove_prefix(two.size);
+      }
+    }
+    const bool lone = IsHigh(one.character) || IsLow(one.character);
+    Append(out, lone ? kReplacement : one.character);
+  }
+  return out;
+}
+
+std::string Latin1ToUtf8(std::string_view wire) {
+  std::string out;
+  for (const char c : wire) Append(out, static_cast<uint8_t>(c));
+  return out;
+}
+
+std::string Printable(std::string_view utf8) {
+  std::string out;
+  while (!utf8.empty()) {
+    const Decoded one = DecodeOne(utf8);
+    const bool control = one.character < 0x20 || (one.character >= 0x7F && one.character < 0xA0);
+    if (control)
+      out += fmt::format("\\x{:02x}", static_cast<uint32_t>(one.character));
+    else
+      Append(out, one.character);
+    utf8.remove_prefix(one.size);
+  }
+  return out;
+}
+
+std::string Hex(std::string_view bytes) {
+  std::string out;
+  for (const char c : bytes) out += fmt::format("{:02x}", static_cast<uint8_t>(c));
+  return out;
+}
+
+}  // namespace brelix

@@ -1,0 +1,21 @@
+// Texts from the phone, made safe to show and to store.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace brelix {
+
+// Proper UTF-8 from the phone's: a character outside the basic plane arrives as two three-byte surrogates and is
+// joined; a lone surrogate or a byte that belongs to no character becomes U+FFFD.
+std::string CleanUtf8(std::string_view wire);
+
+// UTF-8 from a text of one byte per character.
+std::string Latin1ToUtf8(std::string_view wire);
+
+// The same text with control characters spelt out, so that a phone cannot steer the terminal it is shown on.
+std::string Printable(std::string_view utf8);
+
+std::string Hex(std::string_view bytes);
+
+}  // namespace brelix

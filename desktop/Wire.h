@@ -1,0 +1,38 @@
+// Every number of the wire that a desktop needs, in one place. docs/protocol.md says what they mean.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace brelix::wire {
+
+inline constexpr std::string_view kStartMark = "XXXX";
+inline constexpr std::string_view kEndMark = "ZZZZ";
+inline constexpr size_t kHeaderSize = 10;  // start mark, module, command, length
+inline constexpr size_t kTrailerSize = 6;  // packet number, end mark
+inline constexpr size_t kFrameOverhead = kHeaderSize + kTrailerSize;
+inline constexpr size_t kMaxRequest = 16384;   // all an agent can hold
+inline constexpr size_t kMaxReply = 1u << 20;  // an agent builds at most 929,792 bytes
+inline constexpr size_t kMaxGarbage = 1u << 16;
+
+inline constexpr uint32_t kRefusedResult = 0xFFFFFFFF;
+
+enum Module : uint16_t { kSystem = 1, kContacts = 3, kAgenda = 4, kCallLog = 5, kMessaging = 6 };
+
+enum SystemCommand : uint16_t {
+  kOpen = 1,
+  kClose = 3,
+  kSerialNumber = 7,
+  kPermanentInfo = 15,
+  kVolatileInfo = 17,
+  kHandshake = 247,
+  kSubscriberNumber = 257,
+  kExit = 2303,
+};
+
+// How long a link must be silent before an answer whose end is not certain is taken as complete.
+inline constexpr std::chrono::milliseconds kQuiet{300};
+
+}  // namespace brelix::wire
