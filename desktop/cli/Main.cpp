@@ -56,6 +56,16 @@ struct CommandLine {
     help = app.add_subcommand("help", "Explain a command, or exit-codes");
     help->add_option("TOPIC", topic, "A command, or exit-codes");
   }
+
+  std::string HelpOn(const std::string& command) { return app.get_subcommand(command)->help("brelix"); }
+
+  // What is wrong with it, for somebody who typed it.
+  std::string Complaint(const CLI::ParseError& error) {
+    const auto strangers = app.remaining();
+    if (app.get_subcommands().empty() && !strangers.empty())
+      return fmt::format("there is no command \"{}\"", strangers.front());
+    return error.what();
+  }
 };
 
 void ShowHelp(CommandLine& line) {
