@@ -1,0 +1,27 @@
+// What brelix-phone does with a phone folder, one function a command. Each returns the process's exit code; what cannot
+// be done is thrown as std::exception with a text for the user.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace brelix_phone {
+
+// 0 done, 1 failed, 2 wrong usage.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
+struct ServeOptions {
+  std::string listen;
+  bool allowRemote = false;
+  bool checkLeaks = false;
+};
+
+// Serves desktops, one session after the other, until SIGINT or SIGTERM.
+int Serve(const std::filesystem::path& folder, const ServeOptions& options);
+
+// Serves one desktop over standard input and output, through the exported remote-API entry.
+int Rapi(const std::filesystem::path& folder, bool checkLeaks);
+
+}  // namespace brelix_phone

@@ -1,0 +1,82 @@
+// brelix-phone: makes phones in software, prints them, and serves them to desktops.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <fmt/format.h>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <signal.h>
+
+#include "handset/Handset.h"
+#include "programs/phone/Commands.h"
+
+namespace {
+
+using namespace brelix_phone;
+
+int Init(const std::filesystem::path& folder, const std::filesystem::path& description) {
+  if (description.empty()) {
+    handset::Handset::Init(folder, nlohmann::json::object());
+  } else {
+    handset::Handset::InitFromFile(folder, description);
+  }
+  fmt::print(stderr, "brelix-phone: made {}\n", folder.string());
+  return kExitOk;
+}
+
+int Describe(const std::filesystem::path& folder) {
+  fmt::print("{}\n", handset::Handset::Open(folder)->Describe().dump(2));
+  if (std::fflush(stdout) != 0) {
+    throw std::runtime_error("the description could not be written to standard output");
+  }
+  return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  signal(SIGPIPE, SIG_IGN);
+  CLI::App app("A phone in software: make one, look at it, serve it to a desktop.", "brelix-phone");
+  app.require_subcommand(1);
+  app.set_help_all_flag("--help-all", "Help for all commands");
+
+  std::filesystem::path folder;
+  std::filesystem::path description;
+  ServeOptions serve;
+  bool checkLeaks = false;
+  const char* const leaksHelp = "At the end, tell what the agent did not give back to the phone; exit 1 if anything";
+
+  auto* init = app.add_subcommand("init", "Make a phone folder");
+  init->add_option("DIR", folder, "The folder to make; must not exist or be empty")->required();
+  init->add_option("--from", description, "A description in JSON (docs/handset.md); without it, a phone of defaults");
+
+  auto* describe = app.add_subcommand("describe", "Print a phone as JSON; init --from makes the same phone of it");
+  describe->add_option("DIR", folder, "The phone's folder")->required();
+
+  auto* serveCommand = app.add_subcommand("serve", "Serve desktops, one session after the other, until interrupted");
+  serveCommand->add_option("DIR", folder, "The phone's folder")->required();
+  serveCommand->add_option("--listen", serve.listen, "tcp:HOST:PORT (port 0: any free one) or unix:PATH")
+      ->default_val("tcp:127.0.0.1:0");
+  serveCommand->add_flag("--allow-remote", serve.allowRemote,
+                         "Listen on an address that other machines reach; the protocol has no authentication");
+  serveCommand->add_flag("--check-leaks", serve.checkLeaks, leaksHelp);
+
+  auto* rapi = app.add_subcommand("rapi", "Serve one session over standard input and output");
+  rapi->add_option("DIR", folder, "The phone's folder")->required();
+  rapi->add_flag("--check-leaks", checkLeaks, leaksHelp);
+
+  try {
+    app.parse(argc, argv);
+    if (*init) return Init(folder, description);
+    if (*describe) return Describe(folder);
+    if (*serveCommand) return Serve(folder, serve);
+    return Rapi(folder, checkLeaks);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kExitOk : kExitUsage;
+  } catch (const std::invalid_argument& error) {
+    fmt::print(stderr, "brelix-phone: {}\n", error.what());
+    return kExitUsage;
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "brelix-phone: {}\n", error.what());
+    return kExitFailed;
+  }
+}

@@ -1,0 +1,77 @@
+#include <cstdio>
+#include <fmt/format.h>
+#include <memory>
+#include <pthread.h>
+#include <signal.h>
+
+#include "agent/engine/AgentEngine.h"
+#include "agent/engine/ErrorRecord.h"
+#include "programs/phone/Commands.h"
+#include "programs/phone/ListenAddress.h"
+#include "programs/phone/ListeningConnection.h"
+#include "programs/phone/Session.h"
+
+namespace brelix_phone {
+namespace {
+
+class CConsoleAgent final : public CBrelixAgent {
+ public:
+  void Notify(std::uint32_t code) override {
+    fmt::print(stderr, "brelix-phone: {}\n", code == kConnectionAccepted ? "a desktop connected" : "the session ended");
+  }
+};
+
+// SIGINT and SIGTERM wait for WaitForOne, in every thread created from here on.
+class EndSignals {
+ public:
+  EndSignals() {
+    sigemptyset(&m_set);
+    sigaddset(&m_set, SIGINT);
+    sigaddset(&m_set, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &m_set, nullptr);
+  }
+
+  void WaitForOne() const {
+    int received = 0;
+    sigwait(&m_set, &received);
+    // A second one ends the process at once, should the phone not stop.
+    pthread_sigmask(SIG_UNBLOCK, &m_set, nullptr);
+  }
+
+ private:
+  sigset_t m_set{};
+};
+
+// False when the engine did not start; its error box was shown.
+bool RunEngine(handset::Handset& phone, Listener& listener, const EndSignals& signals) {
+  auto connection = std::make_unique<CListeningConnection>(phone.AdoptSocket(listener.Release()));
+  if (!connection->Construct()) {
+    ShowErrBox(u"CConnectionManager::Construct()");
+    return false;
+  }
+  CConsoleAgent agent;
+  const auto engine = std::make_unique<CAgentEngine>(&agent, connection.release());
+  if (!engine->Construct() || !engine->Start()) {
+    ShowErrBox(u"CAgentEngine::Construct()");
+    return false;
+  }
+  fmt::print("listening on {}\n", listener.GetAddress());
+  std::fflush(stdout);
+  fmt::print(stderr, "brelix-phone: connect with: brelix -d {} info   (Ctrl-C ends)\n", listener.GetAddress());
+  signals.WaitForOne();
+  engine->Stop();
+  return true;
+}
+
+}  // namespace
+
+int Serve(const std::filesystem::path& folder, const ServeOptions& options) {
+  const EndSignals signals;
+  OpenPhone phone(folder);
+  Listener listener(options.listen, options.allowRemote);
+  const bool served = RunEngine(*phone, listener, signals);
+  const bool clean = !options.checkLeaks || phone.CloseAndCheckLeaks();
+  return served && clean ? kExitOk : kExitFailed;
+}
+
+}  // namespace brelix_phone

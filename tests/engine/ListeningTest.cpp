@@ -1,0 +1,170 @@
+// A host agent's engine: accepts, serves session after session, and stops.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "agent/engine/ErrorRecord.h"
+#include "tests/support/EngineRun.h"
+#include "tests/support/TestPhone.h"
+
+namespace test {
+namespace {
+
+// A listening socket of the phone on which desktops wait already. What they say comes from the script, not from them.
+class WaitingDesktops {
+ public:
+  WaitingDesktops(TestPhone& phone, int count) {
+    const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un name{};
+    name.sun_family = AF_UNIX;
+    socklen_t size = sizeof(sa_family_t);  // the system picks a name
+    bind(listening, reinterpret_cast<sockaddr*>(&name), size);
+    listen(listening, count);
+    size = sizeof name;
+    getsockname(listening, reinterpret_cast<sockaddr*>(&name), &size);
+    for (int i = 0; i < count; ++i) {
+      m_desktops.push_back(socket(AF_UNIX, SOCK_STREAM, 0));
+      EXPECT_EQ(connect(m_desktops.back(), reinterpret_cast<sockaddr*>(&name), size), 0);
+    }
+    m_listening = phone->AdoptSocket(listening);
+  }
+  ~WaitingDesktops() {
+    for (const int desktop : m_desktops) close(desktop);
+  }
+  ce::SOCKET Listening() const { return m_listening; }
+
+ private:
+  std::vector<int> m_desktops;
+  ce::SOCKET m_listening;
+};
+
+class Listening : public testing::Test {
+ protected:
+  // Runs the script with an agent until something stops the engine.
+  void Run(int desktops, const std::function<void(CAgentEngine&)>& prepare = {}) {
+    const WaitingDesktops waiting(phone, desktops);
+    auto* connection = new CScriptedConnection(script, waiting.Listening());
+    ASSERT_TRUE(connection->Construct());
+    engine = std::make_unique<CAgentEngine>(&agent, connection);
+    ASSERT_TRUE(engine->Construct());
+    ASSERT_TRUE(engine->Start());
+    if (prepare) prepare(*engine);
+    engine->WaitForExit();
+    engine.reset();
+  }
+  void GiveStop() {
+    script.Give(Script::Read::Kind::kNothing, [this] { engine->SignalDone(); });
+  }
+
+  TestPhone phone;
+  Script script;
+  RecordingAgent agent;
+  std::unique_ptr<CAgentEngine> engine;
+};
+
+TEST_F(Listening, serves_session_after_session) {
+  script.Give(Frame(1, 247, 1) + Frame(1, 1, 2)).Give(Frame(1, 3, 2)).Give(Script::Read::Kind::kClosed);
+  script.Give(Frame(1, 3, 3)).Give(Frame(1, 247, 4));
+  GiveStop();
+  Run(2);
+  EXPECT_EQ(agent.codes, (std::vector<std::uint32_t>{106, 105, 106, 105}));
+  // The second desktop has to pass the handshake itself.
+  EXPECT_EQ(ToHex(script.sent).find(ToHex(Frame(1, 4, 3) + ResultFrame(1, 248, 4, 0))),
+            ToHex(script.sent).size() - 36 * 3);
+  EXPECT_EQ(script.readSizes.front(), 16384);
+  EXPECT_TRUE(phone.Boxes().empty());
+}
+
+TEST_F(Listening, Kept_one_frame_per_read) {
+  script.Give(Frame(1, 247, 1) + Frame(1, 3, 2)).Give(Script::Read::Kind::kNothing);
+  GiveStop();
+  Run(1);
+  EXPECT_EQ(ToHex(script.sent), ToHex(ResultFrame(1, 248, 1, 0)));
+}
+
+TEST_F(Listening, Kept_bytes_survive_session) {
+  const Bytes frame = Frame(1, 247, 0x0305);
+  script.Give(Bytes(frame.begin(), frame.begin() + 9)).Give(Script::Read::Kind::kClosed);
+  script.Give(Bytes(frame.begin() + 9, frame.end()));
+  GiveStop();
+  Run(2);
+  EXPECT_EQ(ToHex(script.sent), ToHex(ResultFrame(1, 248, 0x0305, 0)));
+}
+
+TEST_F(Listening, the_exit_command_does_not_end_a_host_program) {
+  script.Give(Frame(1, 247, 1)).Give(Frame(1, 2303, 2)).Give(Frame(1, 3, 3));
+  GiveStop();
+  Run(1);
+  EXPECT_EQ(ToHex(script.sent),
+            ToHex(ResultFrame(1, 248, 1, 0) + ResultFrame(1, 2304, 2, 0) + ResultFrame(1, 4, 3, 0)));
+}
+
+TEST_F(Listening, waits_for_a_desktop_in_steps_of_100_ms_and_shows_errors) {
+  phone->GetFaults().Add({.call = "select", .result = 10050, .skip = 0, .times = 2});
+  phone->GetFaults().Add({.call = "accept", .result = 10055});
+  GiveStop();
+  Run(1);
+  EXPECT_EQ(phone.Boxes(),
+            (std::vector<std::u16string>{u"CConnectionManager::CheckListeningSocket()|select(): 00002742",
+                                         u"CConnectionManager::CheckListeningSocket()|select(): 00002742",
+                                         u"CConnectionManager::AcceptConnection()|accept(): 00002747"}));
+  EXPECT_EQ(agent.codes, (std::vector<std::uint32_t>{106, 105}));
+}
+
+TEST_F(Listening, an_interrupted_accept_ends_the_thread_without_a_word) {
+  phone->GetFaults().Add({.call = "accept", .result = 10004});
+  Run(1);
+  EXPECT_TRUE(agent.codes.empty());
+  EXPECT_TRUE(phone.Boxes().empty());
+}
+
+TEST_F(Listening, a_stop_before_the_start_is_seen_first) {
+  Run(1, [](CAgentEngine& prepared) { prepared.SignalDone(); });
+  EXPECT_TRUE(agent.codes.empty());
+}
+
+TEST_F(Listening, Kept_failed_read_swallows_stop) {
+  script.Give(Script::Read::Kind::kFailed, [this] { engine->SignalDone(); });
+  script.Give(Frame(1, 247, 1));
+  GiveStop();
+  Run(2);
+  // The request to stop was spent on the failed read: the next desktop is served.
+  EXPECT_EQ(agent.codes, (std::vector<std::uint32_t>{106, 105, 106, 105}));
+  EXPECT_TRUE(phone.Boxes().empty());
+  EXPECT_EQ(LastApiError(), nullptr);
+}
+
+TEST_F(Listening, a_write_that_fails_on_a_closed_connection_ends_the_session) {
+  script.writes = {{Script::Write::Kind::kFailedClosed, 0}};
+  script.Give(Frame(1, 247, 1)).Give(Frame(1, 247, 2));
+  GiveStop();
+  Run(2);
+  EXPECT_EQ(agent.codes, (std::vector<std::uint32_t>{106, 105, 106, 105}));
+  EXPECT_EQ(phone.Boxes(), (std::vector<std::u16string>{u"CConnectionManager::Write()|send(): 00002742"}));
+  EXPECT_EQ(ToHex(script.sent), ToHex(ResultFrame(1, 248, 2, 0)));
+}
+
+TEST_F(Listening, start_and_stop_pass_the_connections_answer_on) {
+  script.startAnswer = false;
+  script.stopAnswer = false;
+  const WaitingDesktops waiting(phone, 1);
+  auto* connection = new CScriptedConnection(script, waiting.Listening());
+  ASSERT_TRUE(connection->Construct());
+  engine = std::make_unique<CAgentEngine>(&agent, connection);
+  ASSERT_TRUE(engine->Construct());
+  EXPECT_FALSE(engine->Start());
+  EXPECT_FALSE(engine->Stop());
+  script.stopAnswer = true;
+  EXPECT_TRUE(engine->Stop());
+  script.startAnswer = true;
+  phone->GetFaults().Add({.call = "ResumeThread", .result = 6});
+  EXPECT_FALSE(engine->Start());
+  ASSERT_NE(LastApiError(), nullptr);
+  EXPECT_EQ(std::u16string(LastApiError()->GetFunctionName()), u"ResumeThread");
+  DropLastApiError();
+  engine.reset();
+}
+
+}  // namespace
+}  // namespace test
