@@ -1,0 +1,81 @@
+// What all COM objects of the phone share: counted references that stand in the ledger, and the four slots of
+// automation that nobody here calls.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <string>
+
+#include "handset/Enter.h"
+#include "platform/Com.h"
+
+namespace handset {
+
+inline constexpr ce::IID kIidUnknown{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr ce::IID kIidDispatch{0x00020400, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+// Object is the final class; it says kName and kRelease (the call of its Release), and Answers(iid) when it has more
+// than IUnknown. A new object has one reference.
+template <typename Object, typename Interface>
+class ComObject : public Interface {
+ public:
+  ce::HRESULT QueryInterface(const ce::IID& iid, void** object) final {
+    if (object == nullptr) return ce::E_POINTER;
+    *object = nullptr;
+    if (iid != kIidUnknown && !Object::Answers(iid)) return ce::E_NOINTERFACE;
+    AddRef();
+    *object = static_cast<Interface*>(this);
+    return ce::S_OK;
+  }
+
+  ce::ULONG AddRef() final {
+    m_phone.ledger->Hold(Held::kComReference, m_id);
+    return ++m_references;
+  }
+
+  // Giving a reference back cannot fail: a fault rule only bends the answer.
+  ce::ULONG Release() final {
+    const auto fault = m_phone.faults.Enter(Object::kRelease);
+    m_phone.ledger->Drop(Held::kComReference, m_id);
+    const ce::ULONG left = --m_references;
+    if (left == 0) delete static_cast<Object*>(this);
+    return fault.value_or(left);
+  }
+
+ protected:
+  explicit ComObject(Phone& phone) : m_phone(phone), m_id(phone.ledger->NextId()) {
+    phone.ledger->Hold(Held::kComReference, m_id, Object::kName);
+  }
+  ~ComObject() = default;
+
+  Phone& GetPhone() { return m_phone; }
+  // The object's number in the ledger.
+  std::uint64_t GetId() const { return m_id; }
+
+ private:
+  Phone& m_phone;
+  const std::uint64_t m_id;
+  std::atomic<ce::ULONG> m_references{1};
+};
+
+template <typename Object, typename Interface>
+class DispatchObject : public ComObject<Object, Interface> {
+ public:
+  static bool Answers(const ce::IID& iid) { return iid == kIidDispatch; }
+
+  ce::HRESULT GetTypeInfoCount(ce::DWORD*) final { return ce::E_NOTIMPL; }
+  ce::HRESULT GetTypeInfo(ce::DWORD, ce::DWORD, ce::ITypeInfo**) final { return ce::E_NOTIMPL; }
+  ce::HRESULT GetIDsOfNames(const ce::IID&, ce::WCHAR**, ce::DWORD, ce::DWORD, ce::LONG*) final {
+    return ce::E_NOTIMPL;
+  }
+  ce::HRESULT Invoke(ce::LONG, const ce::IID&, ce::DWORD, ce::WORD, ce::DISPPARAMS*, ce::VARIANT*, ce::EXCEPINFO*,
+                     ce::DWORD*) final {
+    return ce::E_NOTIMPL;
+  }
+
+ protected:
+  using ComObject<Object, Interface>::ComObject;
+  ~DispatchObject() = default;
+};
+
+}  // namespace handset

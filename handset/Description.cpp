@@ -1,0 +1,284 @@
+#include "handset/Description.h"
+
+#include <fmt/format.h>
+#include <fstream>
+#include <limits>
+#include <nlohmann/json.hpp>
+
+#include "handset/Errors.h"
+#include "handset/JsonNode.h"
+#include "handset/NearMatch.h"
+#include "handset/RegistryDescription.h"
+
+namespace handset {
+
+namespace {
+
+using nlohmann::json;
+
+struct LineText {
+  const char* name;
+  std::optional<std::u16string> Line::*text;
+};
+constexpr std::array<LineText, 5> kLineTexts = {{{"manufacturer", &Line::manufacturer},
+                                                 {"model", &Line::model},
+                                                 {"revision", &Line::revision},
+                                                 {"serialNumber", &Line::serialNumber},
+                                                 {"subscriberNumber", &Line::subscriberNumber}}};
+
+struct AnswerName {
+  std::string_view name;
+  ce::INT answer;
+};
+constexpr std::array<AnswerName, 3> kAnswers = {{{"yes", ce::IDYES}, {"no", ce::IDNO}, {"ok", ce::IDOK}}};
+
+void ReadBool(const JsonNode& node, std::string_view member, bool& value) {
+  if (const auto found = node.Find(member)) value = found->Bool();
+}
+
+template <typename T>
+void ReadNumber(const JsonNode& node, std::string_view member, T& value) {
+  if (const auto found = node.Find(member)) value = found->Number<T>();
+}
+
+Line ParseLine(const JsonNode& node) {
+  node.NeedObject({"name", "manufacturer", "model", "revision", "serialNumber", "subscriberNumber", "radioOff",
+                   "operationUnavailable"});
+  Line line;
+  line.name = node.Need("name").Text();
+  for (const LineText& row : kLineTexts) {
+    const auto text = node.Find(row.name);
+    if (!text) continue;
+    if (text->GetJson().is_null()) {
+      (line.*row.text).reset();
+    } else {
+      line.*row.text = text->Text();
+    }
+  }
+  ReadBool(node, "radioOff", line.radioOff);
+  ReadBool(node, "operationUnavailable", line.operationUnavailable);
+  return line;
+}
+
+json PrintLine(const Line& line) {
+  json out = {{"name", TextToJson(line.name)},
+              {"radioOff", line.radioOff},
+              {"operationUnavailable", line.operationUnavailable}};
+  for (const LineText& row : kLineTexts) {
+    const auto& text = line.*row.text;
+    out[row.name] = text ? TextToJson(*text) : json(nullptr);
+  }
+  return out;
+}
+
+Os ParseOs(const JsonNode& node) {
+  node.NeedObject({"major", "minor", "build", "platform", "queryFails"});
+  Os os;
+  ReadNumber(node, "major", os.major);
+  ReadNumber(node, "minor", os.minor);
+  ReadNumber(node, "build", os.build);
+  ReadNumber(node, "platform", os.platform);
+  ReadBool(node, "queryFails", os.queryFails);
+  return os;
+}
+
+Memory ParseMemory(const JsonNode& node) {
+  node.NeedObject({"load", "totalPhysical", "availablePhysical"});
+  Memory memory;
+  ReadNumber(node, "load", memory.load);
+  ReadNumber(node, "totalPhysical", memory.totalPhysical);
+  ReadNumber(node, "availablePhysical", memory.availablePhysical);
+  return memory;
+}
+
+Power ParsePower(const JsonNode& node) {
+  node.NeedObject({"acLine", "batteryFlag", "batteryPercent", "queryFails"});
+  Power power;
+  ReadNumber(node, "acLine", power.acLine);
+  ReadNumber(node, "batteryFlag", power.batteryFlag);
+  ReadNumber(node, "batteryPercent", power.batteryPercent);
+  ReadBool(node, "queryFails", power.queryFails);
+  return power;
+}
+
+// The number in the digits at a place, or nothing when they are no digits.
+std::optional<unsigned> Digits(std::string_view text, std::size_t at, std::size_t count) {
+  unsigned number = 0;
+  for (const char c : text.substr(at, count)) {
+    if (c < '0' || c > '9') return std::nullopt;
+    number = number * 10 + static_cast<unsigned>(c - '0');
+  }
+  return number;
+}
+
+// "2009-07-12T13:45:01" with or without ".250".
+std::optional<LocalTime> ParseTime(std::string_view text) {
+  using namespace std::chrono;
+  constexpr std::string_view kMarks = "____-__-__T__:__:__.___";
+  if (text.size() != 19 && text.size() != kMarks.size()) return std::nullopt;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (kMarks[i] != '_' && kMarks[i] != text[i]) return std::nullopt;
+  }
+  const auto y = Digits(text, 0, 4), mo = Digits(text, 5, 2), d = Digits(text, 8, 2);
+  const auto h = Digits(text, 11, 2), mi = Digits(text, 14, 2), s = Digits(text, 17, 2);
+  const auto ms = text.size() > 19 ? Digits(text, 20, 3) : 0;
+  if (!y || !mo || !d || !h || !mi || !s || !ms || *h > 23 || *mi > 59 || *s > 59) return std::nullopt;
+  const year_month_day date{year(static_cast<int>(*y)), month(*mo), day(*d)};
+  // The earliest year of the phone's time records.
+  if (!date.ok() || *y < 1601) return std::nullopt;
+  return local_days(date) + hours(*h) + minutes(*mi) + seconds(*s) + milliseconds(*ms);
+}
+
+std::string PrintTime(LocalTime time) {
+  using namespace std::chrono;
+  const auto day = floor<days>(time);
+  const year_month_day date(day);
+  const hh_mm_ss clock(time - day);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}", static_cast<int>(date.year()),
+                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), clock.hours().count(),
+                     clock.minutes().count(), clock.seconds().count(), clock.subseconds().count());
+}
+
+ClockSetting ParseClock(const JsonNode& node) {
+  constexpr int kMostMinutes = 14 * 60;
+  node.NeedObject({"localTime", "utcOffsetMinutes"});
+  ClockSetting clock;
+  if (const auto time = node.Find("localTime")) {
+    clock.localTime = ParseTime(time->String());
+    if (!clock.localTime) time->Misfit("a time such as \"2009-07-12T13:45:01.250\"");
+  }
+  if (const auto offset = node.Find("utcOffsetMinutes")) {
+    clock.utcOffset = std::chrono::minutes(offset->Integer(-kMostMinutes, kMostMinutes));
+  }
+  return clock;
+}
+
+json PrintClock(const ClockSetting& clock) {
+  json out = json::object();
+  if (clock.localTime) out["localTime"] = PrintTime(*clock.localTime);
+  if (clock.utcOffset) out["utcOffsetMinutes"] = clock.utcOffset->count();
+  return out;
+}
+
+BoxAnswer ParseAnswer(const JsonNode& node) {
+  node.NeedObject({"caption", "contains", "answer"});
+  BoxAnswer box;
+  if (const auto caption = node.Find("caption")) box.caption = caption->Text();
+  if (const auto contains = node.Find("contains")) box.contains = contains->Text();
+  const JsonNode answer = node.Need("answer");
+  const std::string wanted = answer.String();
+  for (const AnswerName& known : kAnswers) {
+    if (known.name != wanted) continue;
+    box.answer = known.answer;
+    return box;
+  }
+  answer.Misfit("\"yes\", \"no\" or \"ok\"");
+}
+
+json PrintAnswer(const BoxAnswer& box) {
+  json out = json::object();
+  if (box.caption) out["caption"] = TextToJson(*box.caption);
+  if (box.contains) out["contains"] = TextToJson(*box.contains);
+  for (const AnswerName& known : kAnswers) {
+    if (known.answer == box.answer) out["answer"] = known.name;
+  }
+  return out;
+}
+
+FaultRule ParseFault(const JsonNode& node) {
+  node.NeedObject({"call", "result", "skip", "times"});
+  FaultRule rule;
+  rule.call = node.Need("call").String();
+  if (const auto result = node.Find("result")) rule.result = result->Code();
+  ReadNumber(node, "skip", rule.skip);
+  if (const auto times = node.Find("times")) {
+    const bool always = times->GetJson() == "always";
+    rule.times = always ? FaultRule::kAlways : static_cast<std::uint32_t>(times->Integer(1, FaultRule::kAlways - 1));
+  }
+  try {
+    Faults::Check(rule);
+  } catch (const FaultError& error) {
+    node.Misfit("a fault the phone can have", error.what());
+  }
+  return rule;
+}
+
+json PrintFault(const FaultRule& rule) {
+  json out = {{"call", rule.call}, {"skip", rule.skip}};
+  if (rule.result) out["result"] = fmt::format("0x{:08X}", *rule.result);
+  out["times"] = rule.times == FaultRule::kAlways ? json("always") : json(rule.times);
+  return out;
+}
+
+template <typename Item, typename Parse>
+void ReadList(const JsonNode& node, std::string_view member, std::vector<Item>& items, Parse parse) {
+  const auto list = node.Find(member);
+  if (!list) return;
+  items.clear();
+  list->ForEach([&](const JsonNode& item) { items.push_back(parse(item)); });
+}
+
+template <typename Item, typename Print>
+json PrintList(const std::vector<Item>& items, Print print) {
+  json list = json::array();
+  for (const Item& item : items) list.push_back(print(item));
+  return list;
+}
+
+}  // namespace
+
+Description ParseDescription(const json& source) {
+  const JsonNode node(source);
+  node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "messageBoxes", "faults"});
+  Description description;
+  if (const auto schema = node.Find("$schema")) schema->String();
+  ReadList(node, "lines", description.lines, ParseLine);
+  if (const auto os = node.Find("os")) description.os = ParseOs(*os);
+  if (const auto memory = node.Find("memory")) description.memory = ParseMemory(*memory);
+  if (const auto power = node.Find("power")) description.power = ParsePower(*power);
+  if (const auto clock = node.Find("clock")) description.clock = ParseClock(*clock);
+  if (const auto registry = node.Find("registry")) description.registry = ParseRegistry(*registry);
+  ReadList(node, "messageBoxes", description.messageBoxes, ParseAnswer);
+  ReadList(node, "faults", description.faults, ParseFault);
+  return description;
+}
+
+json PrintDescription(const Description& description) {
+  const Os& os = description.os;
+  const Memory& memory = description.memory;
+  const Power& power = description.power;
+  return {{"lines", PrintList(description.lines, PrintLine)},
+          {"os",
+           {{"major", os.major},
+            {"minor", os.minor},
+            {"build", os.build},
+            {"platform", os.platform},
+            {"queryFails", os.queryFails}}},
+          {"memory",
+           {{"load", memory.load},
+            {"totalPhysical", memory.totalPhysical},
+            {"availablePhysical", memory.availablePhysical}}},
+          {"power",
+           {{"acLine", power.acLine},
+            {"batteryFlag", power.batteryFlag},
+            {"batteryPercent", power.batteryPercent},
+            {"queryFails", power.queryFails}}},
+          {"clock", PrintClock(description.clock)},
+          {"registry", PrintRegistry(description.registry)},
+          {"messageBoxes", PrintList(description.messageBoxes, PrintAnswer)},
+          {"faults", PrintList(description.faults, PrintFault)}};
+}
+
+json ReadDescriptionFile(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) throw DescriptionError({}, "a file that can be read", "none", file.string());
+  try {
+    return json::parse(in);
+  } catch (const json::parse_error& error) {
+    // The library's text gives line and column; its own number in front says nothing to a person.
+    const std::string_view text = error.what();
+    throw DescriptionError({}, "JSON", std::string(text.substr(text.find("] ") + 2)), file.string());
+  }
+}
+
+}  // namespace handset

@@ -1,0 +1,168 @@
+#include "handset/Store.h"
+
+#include <fmt/format.h>
+
+#include "handset/Errors.h"
+#include "handset/RegistryDescription.h"
+#include "handset/Schema.h"
+#include "handset/StoreRows.h"
+
+namespace handset {
+
+namespace {
+
+using SQLite::Database;
+
+// "phon" in the file's header, so that another program's database is told from a phone's.
+constexpr int kApplicationId = 0x70686F6E;
+constexpr int kVersion = 1;
+constexpr int kBusyMilliseconds = 5000;
+
+[[noreturn]] void Refuse(const std::filesystem::path& file, std::string_view what, std::string_view advice) {
+  throw StoreError(fmt::format("{}: {}; {}", file.string(), what, advice));
+}
+
+constexpr std::string_view kRestore = "restore a copy or make a new phone";
+
+// A file that nobody has open is read without the files that SQLite would put beside it.
+std::string ReadOnlyUri(const std::filesystem::path& file) {
+  std::string uri = "file:";
+  for (const char c : std::filesystem::absolute(file).string()) {
+    if (c == '?' || c == '#' || c == '%') {
+      uri += fmt::format("%{:02X}", static_cast<unsigned>(c));
+    } else {
+      uri += c;
+    }
+  }
+  const bool inUse = std::filesystem::exists(file.string() + "-wal");
+  return uri + (inUse ? "?mode=ro" : "?mode=ro&immutable=1");
+}
+
+void Check(const std::filesystem::path& file) {
+  if (!std::filesystem::is_regular_file(file)) Refuse(file, "there is no phone here", "make one with init");
+  const Database database(ReadOnlyUri(file), SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyMilliseconds);
+  const auto pragma = [&](const char* name) -> std::string {
+    SQLite::Statement row(database, std::string("PRAGMA ") + name);
+    return row.executeStep() ? row.getColumn(0).getString() : std::string();
+  };
+  if (pragma("application_id") != std::to_string(kApplicationId)) Refuse(file, "not a phone's database", kRestore);
+  const int version = std::stoi(pragma("user_version"));
+  if (version > kVersion) {
+    Refuse(file, fmt::format("made by a newer program (version {}, this one knows {})", version, kVersion),
+           "use the newer program");
+  }
+  if (version < kVersion) Refuse(file, fmt::format("unknown version {}", version), kRestore);
+  if (const std::string result = pragma("quick_check"); result != "ok") Refuse(file, "damaged: " + result, kRestore);
+  for (const FaultRule& rule : SelectDescription(database).faults) Faults::Check(rule);
+}
+
+// Runs work on the database and turns its errors into the store's.
+template <typename Work>
+auto OnDatabase(const std::filesystem::path& file, Work work) {
+  try {
+    return work();
+  } catch (const StoreError&) {
+    throw;
+  } catch (const std::exception& error) {
+    Refuse(file, fmt::format("cannot be used: {}", error.what()), kRestore);
+  }
+}
+
+}  // namespace
+
+void Store::Create(const std::filesystem::path& file, const Description& description) {
+  OnDatabase(file, [&] {
+    Database database(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+    database.exec("PRAGMA journal_mode = WAL");
+    SQLite::Transaction transaction(database);
+    database.exec(kSchema);
+    database.exec(fmt::format("PRAGMA application_id = {}", kApplicationId));
+    database.exec(fmt::format("PRAGMA user_version = {}", kVersion));
+    InsertDescription(database, description);
+    transaction.commit();
+  });
+}
+
+Store::Store(const std::filesystem::path& file) : m_file(file) {
+  OnDatabase(file, [&] {
+    Check(file);
+    m_database = std::make_unique<Database>(file.string(), SQLite::OPEN_READWRITE, kBusyMilliseconds);
+    m_database->exec("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+  });
+}
+
+Store::~Store() = default;
+
+Description Store::GetDescription() const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectDescription(*m_database); });
+}
+
+std::vector<Line> Store::GetLines() const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectLines(*m_database); });
+}
+
+std::optional<Line> Store::GetLine(std::uint32_t number) const {
+  std::vector<Line> lines = GetLines();
+  if (number >= lines.size()) return std::nullopt;
+  return std::move(lines[number]);
+}
+
+Os Store::GetOs() const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectOs(*m_database); });
+}
+
+Memory Store::GetMemory() const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectMemory(*m_database); });
+}
+
+Power Store::GetPower() const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectPower(*m_database); });
+}
+
+std::optional<std::int64_t> Store::FindKey(std::int64_t key, std::u16string_view path) const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&]() -> std::optional<std::int64_t> {
+    std::int64_t at = key;
+    for (const std::u16string_view name : SplitKeyPath(path)) {
+      const auto found = SelectKey(*m_database, at, name);
+      if (!found) return std::nullopt;
+      at = *found;
+    }
+    return at;
+  });
+}
+
+std::optional<RegistryValue> Store::FindValue(std::int64_t key, std::u16string_view name) const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectValue(*m_database, key, name); });
+}
+
+std::string Store::GetKeyPath(std::int64_t key) const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] {
+    SQLite::Statement row(
+        *m_database,
+        "WITH RECURSIVE up(id, path) AS (SELECT parent, name FROM registry_key WHERE id = ? UNION ALL "
+        "SELECT k.parent, k.name || '\\' || up.path FROM registry_key AS k JOIN up ON k.id = up.id) "
+        "SELECT path FROM up WHERE id = 0");
+    row.bind(1, key);
+    return row.executeStep() ? row.getColumn(0).getString() : std::string();
+  });
+}
+
+std::int32_t Store::CountItems(std::int32_t folder) const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] {
+    SQLite::Statement row(*m_database, "SELECT count(*) FROM item WHERE folder = ?");
+    row.bind(1, folder);
+    row.executeStep();
+    return row.getColumn(0).getInt();
+  });
+}
+
+}  // namespace handset

@@ -1,0 +1,247 @@
+#include "handset/StoreRows.h"
+
+#include <map>
+
+#include "handset/RegistryDescription.h"
+
+namespace handset {
+
+namespace {
+
+using SQLite::Column;
+using SQLite::Database;
+using SQLite::Statement;
+
+// Text and numbers as the columns have them.
+void Bind(Statement& statement, int at, const std::u16string& text) { statement.bind(at, ToWtf8(text)); }
+void Bind(Statement& statement, int at, std::u16string_view text) { statement.bind(at, ToWtf8(text)); }
+void Bind(Statement& statement, int at, const std::string& text) { statement.bind(at, text); }
+void Bind(Statement& statement, int at, std::int64_t number) { statement.bind(at, number); }
+void Bind(Statement& statement, int at, const Bytes& bytes) {
+  // A null pointer would bind null instead of no bytes.
+  statement.bind(at, bytes.empty() ? "" : static_cast<const void*>(bytes.data()), static_cast<int>(bytes.size()));
+}
+
+template <typename T>
+void Bind(Statement& statement, int at, const std::optional<T>& value) {
+  if (value) {
+    Bind(statement, at, *value);
+  } else {
+    statement.bind(at);
+  }
+}
+
+template <typename... Values>
+void Insert(Database& database, const char* sql, const Values&... values) {
+  Statement statement(database, sql);
+  int at = 0;
+  (Bind(statement, ++at, values), ...);
+  statement.exec();
+}
+
+std::u16string Text(const Column& column) { return FromWtf8(column.getString()); }
+
+std::optional<std::u16string> OptionalText(const Column& column) {
+  if (column.isNull()) return std::nullopt;
+  return Text(column);
+}
+
+template <typename T>
+T Number(const Column& column) {
+  return static_cast<T>(column.getInt64());
+}
+
+bool Flag(const Column& column) { return column.getInt() != 0; }
+
+Bytes Blob(const Column& column) {
+  const auto* bytes = static_cast<const std::uint8_t*>(column.getBlob());
+  return {bytes, bytes + column.getBytes()};
+}
+
+Statement Device(const Database& database, const char* sql) {
+  Statement statement(database, sql);
+  if (!statement.executeStep()) throw SQLite::Exception("the device row is missing");
+  return statement;
+}
+
+std::optional<std::int64_t> OptionalInteger(const Column& column) {
+  if (column.isNull()) return std::nullopt;
+  return column.getInt64();
+}
+
+ClockSetting SelectClock(const Database& database) {
+  Statement row = Device(database, "SELECT clock_local_time, clock_utc_offset FROM device");
+  ClockSetting clock;
+  if (const auto time = OptionalInteger(row.getColumn(0)))
+    clock.localTime = LocalTime(std::chrono::milliseconds(*time));
+  if (const auto offset = OptionalInteger(row.getColumn(1))) clock.utcOffset = std::chrono::minutes(*offset);
+  return clock;
+}
+
+void InsertDevice(Database& database, const Description& d) {
+  std::optional<std::int64_t> time;
+  std::optional<std::int64_t> offset;
+  if (d.clock.localTime) time = d.clock.localTime->time_since_epoch().count();
+  if (d.clock.utcOffset) offset = d.clock.utcOffset->count();
+  Insert(database, "INSERT INTO device VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)", d.os.queryFails,
+         d.os.major, d.os.minor, d.os.build, d.os.platform, d.memory.load, d.memory.totalPhysical,
+         d.memory.availablePhysical, d.power.queryFails, d.power.acLine, d.power.batteryFlag, d.power.batteryPercent,
+         time, offset);
+}
+
+std::int64_t InsertKey(Database& database, std::u16string_view path) {
+  const auto names = SplitKeyPath(path);
+  std::int64_t key = 0;
+  for (const std::u16string_view name : names) {
+    if (const auto found = SelectKey(database, key, name)) {
+      key = *found;
+      continue;
+    }
+    Insert(database, "INSERT INTO registry_key (parent, name, folded) VALUES (?, ?, ?)", key, name, Fold(name));
+    key = database.getLastInsertRowid();
+  }
+  return key;
+}
+
+void InsertRegistry(Database& database, const std::vector<RegistryKey>& keys) {
+  for (const RegistryRoot& root : kRegistryRoots) {
+    const std::u16string name(root.name.begin(), root.name.end());
+    Insert(database, "INSERT INTO registry_key VALUES (?, 0, ?, ?)", root.id, name, Fold(name));
+  }
+  for (const RegistryKey& key : keys) {
+    const std::int64_t id = InsertKey(database, key.path);
+    for (const RegistryValue& value : key.values) {
+      Insert(database, "INSERT INTO registry_value (key, name, folded, type, data) VALUES (?, ?, ?, ?, ?)", id,
+             value.name, Fold(value.name), value.type, value.data);
+    }
+  }
+}
+
+std::vector<RegistryValue> SelectValues(const Database& database, std::int64_t key) {
+  Statement rows(database, "SELECT name, type, data FROM registry_value WHERE key = ? ORDER BY id");
+  Bind(rows, 1, key);
+  std::vector<RegistryValue> values;
+  while (rows.executeStep()) {
+    values.push_back({Text(rows.getColumn(0)), Number<std::uint32_t>(rows.getColumn(1)), Blob(rows.getColumn(2))});
+  }
+  return values;
+}
+
+// Keys that another key's path or values do not imply; a key is always made after its parent.
+std::vector<RegistryKey> SelectRegistry(const Database& database) {
+  Statement rows(database,
+                 "SELECT id, parent, name, NOT EXISTS (SELECT 1 FROM registry_key AS child WHERE child.parent = "
+                 "registry_key.id) FROM registry_key ORDER BY id");
+  std::map<std::int64_t, std::u16string> paths;
+  std::vector<RegistryKey> keys;
+  while (rows.executeStep()) {
+    const auto id = rows.getColumn(0).getInt64();
+    const auto parent = rows.getColumn(1).getInt64();
+    const std::u16string name = Text(rows.getColumn(2));
+    paths[id] = parent == 0 ? name : paths[parent] + u"\\" + name;
+    RegistryKey key{paths[id], SelectValues(database, id)};
+    const bool isLeaf = parent != 0 && Flag(rows.getColumn(3));
+    if (isLeaf || !key.values.empty()) keys.push_back(std::move(key));
+  }
+  return keys;
+}
+
+}  // namespace
+
+void InsertDescription(Database& database, const Description& description) {
+  InsertDevice(database, description);
+  for (const Line& line : description.lines) {
+    Insert(database,
+           "INSERT INTO line (name, manufacturer, model, revision, serial_number, subscriber_number, radio_off, "
+           "operation_unavailable) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+           line.name, line.manufacturer, line.model, line.revision, line.serialNumber, line.subscriberNumber,
+           line.radioOff, line.operationUnavailable);
+  }
+  InsertRegistry(database, description.registry);
+  for (const BoxAnswer& box : description.messageBoxes) {
+    Insert(database, "INSERT INTO message_box_answer (caption, contains, answer) VALUES (?, ?, ?)", box.caption,
+           box.contains, box.answer);
+  }
+  for (const FaultRule& rule : description.faults) {
+    Insert(database, "INSERT INTO fault (call, result, skip, times) VALUES (?, ?, ?, ?)", rule.call, rule.result,
+           rule.skip, rule.times);
+  }
+}
+
+Description SelectDescription(const Database& database) {
+  Description description{.lines = SelectLines(database),
+                          .os = SelectOs(database),
+                          .memory = SelectMemory(database),
+                          .power = SelectPower(database),
+                          .clock = SelectClock(database),
+                          .registry = SelectRegistry(database),
+                          .messageBoxes = {},
+                          .faults = {}};
+  Statement boxes(database, "SELECT caption, contains, answer FROM message_box_answer ORDER BY position");
+  while (boxes.executeStep()) {
+    description.messageBoxes.push_back(
+        {OptionalText(boxes.getColumn(0)), OptionalText(boxes.getColumn(1)), boxes.getColumn(2).getInt()});
+  }
+  Statement faults(database, "SELECT call, result, skip, times FROM fault ORDER BY position");
+  while (faults.executeStep()) {
+    FaultRule rule{faults.getColumn(0).getString(),
+                   {},
+                   Number<std::uint32_t>(faults.getColumn(2)),
+                   Number<std::uint32_t>(faults.getColumn(3))};
+    if (const auto result = OptionalInteger(faults.getColumn(1))) rule.result = static_cast<std::uint32_t>(*result);
+    description.faults.push_back(std::move(rule));
+  }
+  return description;
+}
+
+std::vector<Line> SelectLines(const Database& database) {
+  Statement rows(database,
+                 "SELECT name, manufacturer, model, revision, serial_number, subscriber_number, radio_off, "
+                 "operation_unavailable FROM line ORDER BY position");
+  std::vector<Line> lines;
+  while (rows.executeStep()) {
+    lines.push_back({Text(rows.getColumn(0)), OptionalText(rows.getColumn(1)), OptionalText(rows.getColumn(2)),
+                     OptionalText(rows.getColumn(3)), OptionalText(rows.getColumn(4)), OptionalText(rows.getColumn(5)),
+                     Flag(rows.getColumn(6)), Flag(rows.getColumn(7))});
+  }
+  return lines;
+}
+
+Os SelectOs(const Database& database) {
+  using N = std::uint32_t;
+  Statement row = Device(database, "SELECT os_major, os_minor, os_build, os_platform, os_query_fails FROM device");
+  return {Number<N>(row.getColumn(0)), Number<N>(row.getColumn(1)), Number<N>(row.getColumn(2)),
+          Number<N>(row.getColumn(3)), Flag(row.getColumn(4))};
+}
+
+Memory SelectMemory(const Database& database) {
+  using N = std::uint32_t;
+  Statement row = Device(database, "SELECT memory_load, memory_total, memory_available FROM device");
+  return {Number<N>(row.getColumn(0)), Number<N>(row.getColumn(1)), Number<N>(row.getColumn(2))};
+}
+
+Power SelectPower(const Database& database) {
+  using N = std::uint8_t;
+  Statement row = Device(
+      database, "SELECT power_ac_line, power_battery_flag, power_battery_percent, power_query_fails FROM device");
+  return {Number<N>(row.getColumn(0)), Number<N>(row.getColumn(1)), Number<N>(row.getColumn(2)),
+          Flag(row.getColumn(3))};
+}
+
+std::optional<std::int64_t> SelectKey(const Database& database, std::int64_t parent, std::u16string_view name) {
+  Statement row(database, "SELECT id FROM registry_key WHERE parent = ? AND folded = ?");
+  Bind(row, 1, parent);
+  Bind(row, 2, Fold(name));
+  if (!row.executeStep()) return std::nullopt;
+  return row.getColumn(0).getInt64();
+}
+
+std::optional<RegistryValue> SelectValue(const Database& database, std::int64_t key, std::u16string_view name) {
+  Statement row(database, "SELECT name, type, data FROM registry_value WHERE key = ? AND folded = ?");
+  Bind(row, 1, key);
+  Bind(row, 2, Fold(name));
+  if (!row.executeStep()) return std::nullopt;
+  return RegistryValue{Text(row.getColumn(0)), Number<std::uint32_t>(row.getColumn(1)), Blob(row.getColumn(2))};
+}
+
+}  // namespace handset

@@ -1,0 +1,21 @@
+// The tables of phone.db as records. All functions throw SQLite::Exception.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include "handset/Description.h"
+
+namespace handset {
+
+void InsertDescription(SQLite::Database& database, const Description& description);
+Description SelectDescription(const SQLite::Database& database);
+
+std::vector<Line> SelectLines(const SQLite::Database& database);
+Os SelectOs(const SQLite::Database& database);
+Memory SelectMemory(const SQLite::Database& database);
+Power SelectPower(const SQLite::Database& database);
+
+std::optional<std::int64_t> SelectKey(const SQLite::Database& database, std::int64_t parent, std::u16string_view name);
+std::optional<RegistryValue> SelectValue(const SQLite::Database& database, std::int64_t key, std::u16string_view name);
+
+}  // namespace handset
