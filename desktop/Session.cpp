@@ -83,6 +83,7 @@ Frame Session::AwaitHandshake(Deadline deadline) {
       return *frame;
     }
     if (frame && ++strangers > kMostStrangers) break;
+    if (Clock::now() >= deadline) break;
     if (!frame && swallowed && sent.size() < kMostHandshakes) {
       sent.insert(Send(wire::kSystem, wire::kHandshake, {}, deadline));
       swallowed = false;
@@ -106,7 +107,7 @@ Frame Session::AwaitNumber(uint16_t number, Deadline deadline) {
       Fail(Exit::kProtocol,
            fmt::format("an answer came with packet number 0x{:04X} instead of 0x{:04X}", frame->number, number));
     // Our request may stand behind one that is answered only now.
-    if (!given_up_.empty()) Nudge(deadline);
+    if (!given_up_.empty() && Clock::now() < deadline) Nudge(deadline);
   }
   if (!reader_.rest().empty())
     Fail(Exit::kLinkLost, fmt::format("the answer broke off after {} bytes (waited {})", reader_.rest().size(),

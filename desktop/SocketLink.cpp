@@ -58,7 +58,7 @@ HostAndPort SplitTcp(const std::string& address) {
   const size_t colon = rest.rfind(':');
   HostAndPort out;
   if (colon != rest.npos) out = {rest.substr(0, colon), rest.substr(colon + 1)};
-  const bool bracketed = out.host.size() > 2 && out.host.front() == '[' && out.host.back() == ']';
+  const bool bracketed = out.host.size() >= 2 && out.host.front() == '[' && out.host.back() == ']';
   if (bracketed) out.host = out.host.substr(1, out.host.size() - 2);
   if (out.host.empty() || out.port.empty() || (!bracketed && out.host.find(':') != out.host.npos))
     throw Failure(Exit::kUsage, fmt::format("device address \"{}\": expected tcp:HOST:PORT, an IPv6 address as "

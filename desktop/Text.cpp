@@ -85,12 +85,13 @@ std::string Printable(std::string_view utf8) {
   std::string out;
   while (!utf8.empty()) {
     const Decoded one = DecodeOne(utf8);
-    const bool control = one.character < 0x20 || (one.character >= 0x7F && one.character < 0xA0);
-    if (control)
-      out += fmt::format("\\x{:02x}", static_cast<uint32_t>(one.character));
+    utf8.remove_prefix(one.size);
+    if (one.character < 0x20)
+      Append(out, 0x2400 + one.character);
+    else if (one.character >= 0x7F && one.character < 0xA0)
+      Append(out, one.character == 0x7F ? 0x2421 : kReplacement);
     else
       Append(out, one.character);
-    utf8.remove_prefix(one.size);
   }
   return out;
 }

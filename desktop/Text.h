@@ -13,7 +13,7 @@ std::string CleanUtf8(std::string_view wire);
 // UTF-8 from a text of one byte per character.
 std::string Latin1ToUtf8(std::string_view wire);
 
-// The same text with control characters spelt out, so that a phone cannot steer the terminal it is shown on.
+// The same text with pictures in place of control characters, so that a phone cannot steer the terminal it is shown on.
 std::string Printable(std::string_view utf8);
 
 std::string Hex(std::string_view bytes);

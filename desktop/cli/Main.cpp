@@ -39,7 +39,6 @@ struct CommandLine {
   CLI::App* help = nullptr;
 
   CommandLine() {
-    app.footer(kFooter);
     app.fallthrough();
     app.require_subcommand(1);
     app.set_version_flag("--version", "brelix " BRELIX_VERSION);
@@ -53,6 +52,7 @@ struct CommandLine {
       CLI::App* sub = app.add_subcommand(command.name, command.help);
       command.declare(*sub, request);
     }
+    app.footer(kFooter);  // after the commands, which would inherit it
     help = app.add_subcommand("help", "Explain a command, or exit-codes");
     help->add_option("TOPIC", topic, "A command, or exit-codes");
   }
