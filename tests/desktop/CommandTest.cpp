@@ -237,42 +237,40 @@ TEST(Command, TraceShowsEveryFrameBothWays) {
 
 // Interrupts a brelix that is talking to the phone; the script says when by "call".
 struct Interrupted {
-  Interrupted(const std::string& script, int signal)
-      : phone(script, {},
-              [this, signal] {
-                when = std::chrono::steady_clock::now();
-                started.get_future().get();
-                brelix->Signal(signal);
-                started = {};
-                started.set_value();
-              }),
-        brelix(std::in_place, std::vector<std::string>{"-d", phone.Address(), "info"}) {
-    started.set_value();
-    outcome = brelix->Wait();
-    after = std::chrono::steady_clock::now() - when;
+  Interrupted(const std::string& script, int signal) {
+    std::promise<Process*> running;
+    const std::shared_future<Process*> brelix = running.get_future().share();
+    ScriptedPhone phone(script, {}, [&] {
+      when = std::chrono::steady_clock::now();
+      brelix.get()->Signal(signal);
+    });
+    Process process({"-d", phone.Address(), "info"});
+    running.set_value(&process);
+    outcome = process.Wait();
+    const auto ended = std::chrono::steady_clock::now();
+    script_error = phone.Finish();
+    after = ended - when;
   }
 
-  std::promise<void> started;
-  ScriptedPhone phone;
-  std::optional<Process> brelix;
   Outcome outcome;
-  std::chrono::steady_clock::time_point when;
-  std::chrono::steady_clock::duration after;
+  std::string script_error;
+  std::chrono::steady_clock::time_point when;   // the last interrupt
+  std::chrono::steady_clock::duration after{};  // from there to the end
 };
 
 TEST(Command, InterruptClosesTheSessionFirst) {
   for (const int signal : {SIGINT, SIGTERM}) {
-    Interrupted run(kBegin + "expect 1/15\ncall\n" + kEnd, signal);
+    const Interrupted run(kBegin + "expect 1/15\ncall\n" + kEnd, signal);
     EXPECT_EQ(run.outcome.code, 130) << run.outcome.err;
     EXPECT_EQ(run.outcome.out, "");
-    EXPECT_EQ(run.phone.Finish(), "");
+    EXPECT_EQ(run.script_error, "");
   }
 }
 
 TEST(Command, SecondInterruptGivesUpAtOnce) {
-  Interrupted run(kBegin + "expect 1/15\ncall\nexpect 1/3\ncall\nend\n", SIGINT);
+  const Interrupted run(kBegin + "expect 1/15\ncall\nexpect 1/3\ncall\nend\n", SIGINT);
   EXPECT_EQ(run.outcome.code, 130) << run.outcome.err;
-  EXPECT_EQ(run.phone.Finish(), "");
+  EXPECT_EQ(run.script_error, "");
   EXPECT_LT(run.after, std::chrono::milliseconds(1500));
 }
 
