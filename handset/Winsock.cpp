@@ -98,7 +98,7 @@ namespace ce {
 
 INT WSAStartup(WORD version, WSADATA* data) {
   Phone& phone = ThisPhone();
-  return Enter<Call::WSAStartup>(phone, [&]() -> INT {
+  const INT result = Enter<Call::WSAStartup>(phone, [&]() -> INT {
     if (data == nullptr) return 10014;  // a bad address
     if (Comparable(version) < Comparable(0x0001)) return WSAVERNOTSUPPORTED;
     *data = {};
@@ -110,6 +110,9 @@ INT WSAStartup(WORD version, WSADATA* data) {
     ++phone.winsockStarts;
     return 0;
   });
+  // The code is told both ways: WSAGetLastError is the thread's last error, with or without a started Winsock.
+  if (result != 0) SetLastError(static_cast<DWORD>(result));
+  return result;
 }
 
 INT WSACleanup() {

@@ -22,10 +22,12 @@ CRapiStreamConnection::~CRapiStreamConnection() {
 
 bool CRapiStreamConnection::Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) {
   ce::ULONG moved = 0;
-  return Conclude(m_stream->Read(buffer, static_cast<ce::ULONG>(size), &moved), moved, count);
+  const ce::HRESULT result = m_stream->Read(buffer, static_cast<ce::ULONG>(size), &moved);
+  return Conclude(result, moved, count);
 }
 
 bool CRapiStreamConnection::Write(const std::uint8_t* buffer, std::int32_t& count, std::int32_t size) {
   ce::ULONG moved = 0;
-  return Conclude(m_stream->Write(buffer, static_cast<ce::ULONG>(size), &moved), moved, count);
+  const ce::HRESULT result = m_stream->Write(buffer, static_cast<ce::ULONG>(size), &moved);
+  return Conclude(result, moved, count);
 }

@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 namespace brelix_phone {
 namespace {
@@ -38,7 +39,7 @@ std::string ToText(const sockaddr_storage& address) {
       0) {
     return "tcp:?";
   }
-  return fmt::format(address.ss_family == AF_INET6 ? "tcp:[{}]:{}" : "tcp:{}:{}", host, port);
+  return address.ss_family == AF_INET6 ? fmt::format("tcp:[{}]:{}", host, port) : fmt::format("tcp:{}:{}", host, port);
 }
 
 }  // namespace

@@ -43,11 +43,11 @@ TEST(ErrorRecord, a_new_record_takes_the_place_of_one_nobody_showed) {
 TEST(ErrorRecord, without_memory_the_slot_is_empty_or_the_name_unknown) {
   TestPhone phone;
   Fail(u"first", 1);
-  phone->GetFaults().Add({"LocalAlloc"});
+  phone.FailCall("LocalAlloc");
   Fail(u"second", 2);
   EXPECT_EQ(LastApiError(), nullptr);
   phone->GetFaults().Clear();
-  phone->GetFaults().Add({.call = "LocalAlloc", .result = {}, .skip = 1});
+  phone.FailCall("LocalAlloc", {}, 1);
   Fail(u"third", 3);
   ASSERT_NE(LastApiError(), nullptr);
   EXPECT_EQ(std::u16string(LastApiError()->GetFunctionName()), u"UNKNOWN EXCEPTION");

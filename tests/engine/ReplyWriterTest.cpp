@@ -43,7 +43,7 @@ TEST(ReplyWriter, writes_every_kind_of_value) {
                          .wSecond = 5,
                          .wMilliseconds = 6});
   room.writer.Send();
-  EXPECT_EQ(ToHex(room.Body()), ToHex(FromHex("0001 0010 0039 00000000") + FromText("a") + FromHex("c3a9 41ff") +
+  EXPECT_EQ(ToHex(room.Body()), ToHex(FromHex("0001 0010 0037 00000000") + FromText("a") + FromHex("c3a9 41ff") +
                                       FromText(" 0 7 -1 2147483647 -2147483648"
                                                "00090712T030405Z")));
 }

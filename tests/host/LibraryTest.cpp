@@ -29,35 +29,35 @@ ce::HRESULT CallEntry(const LoadedLibrary& library, const Bytes& said) {
 }
 
 TEST(Library, attaches_only_where_com_is_not_initialised_yet) {
-  TestPhone phone;
+  BarePhone phone;
   { const LoadedLibrary library(BRELIX_ENGINE_FILE); }
   EXPECT_TRUE(phone->GetLedger().Empty()) << "detaching undoes it";
   ASSERT_EQ(ce::CoInitializeEx(nullptr, 0), ce::S_OK);
   EXPECT_THROW(LoadedLibrary{BRELIX_ENGINE_FILE}, handset::LoadError);
   ce::CoUninitialize();
-  phone.ExpectHeld({handset::Held::kComStart});  // S_FALSE counted, as the platform counts it
+  phone.ExpectHeld(handset::Held::kComStart);  // S_FALSE counted, as the platform counts it
 }
 
 TEST(Library, the_entry_serves_a_session_and_logs_its_end) {
-  TestPhone phone;
+  BarePhone phone;
   const auto library = std::make_unique<LoadedLibrary>(BRELIX_ENGINE_FILE);
   EXPECT_EQ(CallEntry(*library, {}), 0);
   const auto log = phone.Folder() / "files" / "brelrapi.txt";
   EXPECT_EQ(ReadFile(log), "engine terminated\r\n");
   EXPECT_EQ(CallEntry(*library, Frame(1, 247, 1)), 0);
   EXPECT_EQ(ReadFile(log), "engine terminated\r\nengine terminated\r\n");
-  phone->GetFaults().Add({"fopen"});
+  phone.FailCall("fopen");
   EXPECT_EQ(CallEntry(*library, {}), 0);
-  phone->GetFaults().Add({"fputs"});
+  phone.FailCall("fputs");
   EXPECT_EQ(CallEntry(*library, {}), 0);
   EXPECT_EQ(ReadFile(log), "engine terminated\r\nengine terminated\r\n");
 }
 
 TEST(Library, an_engine_that_cannot_be_constructed_answers_minus_1_and_keeps_nothing) {
   for (const char* call : {"MAPILogonEx", "CoCreateInstance"}) {
-    TestPhone phone;
+    BarePhone phone;
     const auto library = std::make_unique<LoadedLibrary>(BRELIX_ENGINE_FILE);
-    phone->GetFaults().Add({call});
+    phone.FailCall(call);
     EXPECT_EQ(CallEntry(*library, {}), -1) << call;
     EXPECT_FALSE(std::filesystem::exists(phone.Folder() / "files" / "brelrapi.txt"));
     phone->GetFaults().Clear();
@@ -70,11 +70,11 @@ TEST(Library, an_engine_that_cannot_be_constructed_answers_minus_1_and_keeps_not
 }
 
 TEST(Library, without_memory_for_connection_or_engine_the_stream_is_released) {
-  TestPhone phone;
+  BarePhone phone;
   const auto library = std::make_unique<LoadedLibrary>(BRELIX_ENGINE_FILE);
   for (const std::uint32_t skip : {0u, 1u}) {
     phone->GetFaults().Clear();
-    phone->GetFaults().Add({.call = "LocalAlloc", .result = {}, .skip = skip});
+    phone.FailCall("LocalAlloc", {}, skip);
     EXPECT_EQ(CallEntry(*library, {}), -1);
     EXPECT_EQ(phone->GetLedger().Count(handset::Held::kComReference), 0u);
   }

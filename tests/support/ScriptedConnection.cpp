@@ -1,6 +1,7 @@
 #include "tests/support/ScriptedConnection.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "agent/engine/ErrorRecord.h"
 

@@ -1,51 +1,27 @@
-// A phone for one test: made from a description in a temporary folder, current for the thread, with virtual time,
-// silent message boxes and threads that run inside the wait for them. At its end nothing may still be held.
+// Phones for one test: made from a description in a temporary folder, current for the thread, with virtual time,
+// silent message boxes and threads that run inside the wait for them. At their end nothing may still be held.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <initializer_list>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <sstream>
+#include <vector>
 
 #include "handset/Clock.h"
 #include "handset/Faults.h"
 #include "handset/Handset.h"
 #include "handset/Ledger.h"
 #include "handset/MessageBoxes.h"
+#include "platform/Com.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace test {
 
-class TemporaryFolder {
+class BarePhone {
  public:
-  TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "brelix-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
-    m_path = name;
-  }
-  ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  const std::filesystem::path& Path() const { return m_path; }
-
- private:
-  std::filesystem::path m_path;
-};
-
-inline std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-class TestPhone {
- public:
-  explicit TestPhone(const nlohmann::json& description = nlohmann::json::object()) {
+  explicit BarePhone(const nlohmann::json& description = nlohmann::json::object()) {
     handset::Handset::Init(Folder(), description);
     m_phone = handset::Handset::Open(Folder());
     m_current.emplace(*m_phone);
@@ -54,20 +30,27 @@ class TestPhone {
     m_phone->GetMessageBoxes().SetSilent(true);
   }
 
-  ~TestPhone() {
+  ~BarePhone() {
     m_phone->GetFaults().Clear();
-    EXPECT_TRUE(m_phone->GetLedger().EmptyExcept(m_expectedHeld)) << m_phone->GetLedger().Text();
+    const handset::Ledger& ledger = m_phone->GetLedger();
+    EXPECT_TRUE(m_expectedHeld ? ledger.EmptyExcept({*m_expectedHeld}) : ledger.Empty()) << ledger.Text();
   }
 
-  TestPhone(const TestPhone&) = delete;
-  TestPhone& operator=(const TestPhone&) = delete;
+  BarePhone(const BarePhone&) = delete;
+  BarePhone& operator=(const BarePhone&) = delete;
 
   handset::Handset* operator->() { return m_phone.get(); }
   handset::Handset& operator*() { return *m_phone; }
   std::filesystem::path Folder() const { return m_folder.Path() / "phone"; }
 
-  // Kinds that the test leaves with the agent on purpose.
-  void ExpectHeld(std::initializer_list<handset::Held> kinds) { m_expectedHeld = kinds; }
+  // What the test leaves with the agent on purpose.
+  void ExpectHeld(handset::Held kind) { m_expectedHeld = kind; }
+
+  // Makes a call fail: with its usual code or the given one, after skip calls, times over.
+  void FailCall(const char* call, std::optional<std::uint32_t> result = {}, std::uint32_t skip = 0,
+                std::uint32_t times = 1) {
+    m_phone->GetFaults().Add({.call = call, .result = result, .skip = skip, .times = times});
+  }
 
   // Caption and text of the boxes shown so far, as "caption|text".
   std::vector<std::u16string> Boxes() const {
@@ -82,7 +65,16 @@ class TestPhone {
   TemporaryFolder m_folder;
   std::unique_ptr<handset::Handset> m_phone;
   std::optional<handset::CurrentPhone> m_current;
-  std::vector<handset::Held> m_expectedHeld;
+  std::optional<handset::Held> m_expectedHeld;
+};
+
+// A phone whose process has the agent's library attached: COM is initialised.
+class TestPhone : public BarePhone {
+ public:
+  explicit TestPhone(const nlohmann::json& description = nlohmann::json::object()) : BarePhone(description) {
+    EXPECT_EQ(ce::CoInitializeEx(nullptr, ce::COINIT_MULTITHREADED), ce::S_OK);
+  }
+  ~TestPhone() { ce::CoUninitialize(); }
 };
 
 }  // namespace test

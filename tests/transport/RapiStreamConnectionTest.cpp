@@ -17,12 +17,12 @@ class RapiStreamTest : public testing::Test {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     peer = ends[1];
-    connection = std::make_unique<CRapiStreamConnection>(handset::NewDescriptorStream(ends[0], ends[0]));
+    connection.emplace(handset::NewDescriptorStream(ends[0], ends[0]));
   }
   void TearDown() override { close(peer); }
 
   TestPhone phone;
-  std::unique_ptr<CRapiStreamConnection> connection;
+  std::optional<CRapiStreamConnection> connection;
   int peer = -1;
   std::uint8_t buffer[64]{};
   std::int32_t count = -1;
@@ -46,8 +46,8 @@ TEST_F(RapiStreamTest, carries_bytes_until_the_desktop_is_gone) {
 
 TEST_F(RapiStreamTest, only_ok_is_success_and_failures_leave_no_record) {
   for (const std::uint32_t result : {1u, 0x80004005u, 0x80072745u}) {
-    phone->GetFaults().Add({.call = "IRAPIStream::Read", .result = result});
-    phone->GetFaults().Add({.call = "IRAPIStream::Write", .result = result});
+    phone.FailCall("IRAPIStream::Read", result);
+    phone.FailCall("IRAPIStream::Write", result);
     EXPECT_FALSE(connection->Read(buffer, count, 4)) << result;
     EXPECT_FALSE(connection->Write(buffer, count, 4)) << result;
   }
