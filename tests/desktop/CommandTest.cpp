@@ -238,14 +238,14 @@ TEST(Command, TraceShowsEveryFrameBothWays) {
 // Interrupts a brelix that is talking to the phone; the script says when by "call".
 struct Interrupted {
   Interrupted(const std::string& script, int signal) {
-    std::promise<Process*> running;
-    const std::shared_future<Process*> brelix = running.get_future().share();
+    std::promise<pid_t> running;
+    const std::shared_future<pid_t> brelix = running.get_future().share();
     ScriptedPhone phone(script, {}, [&] {
       when = std::chrono::steady_clock::now();
-      brelix.get()->Signal(signal);
+      kill(brelix.get(), signal);
     });
     Process process({"-d", phone.Address(), "info"});
-    running.set_value(&process);
+    running.set_value(process.pid());
     outcome = process.Wait();
     const auto ended = std::chrono::steady_clock::now();
     script_error = phone.Finish();

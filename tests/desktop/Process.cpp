@@ -48,8 +48,6 @@ Process::~Process() {
   if (pid_ > 0) kill(pid_, SIGKILL), Wait();
 }
 
-void Process::Signal(int number) const { kill(pid_, number); }
-
 Outcome Process::Wait() {
   int status = 0;
   waitpid(pid_, &status, 0);

@@ -17,7 +17,7 @@ class Process {
   // Standard output goes to the given file, or is collected.
   explicit Process(const std::vector<std::string>& arguments, const std::string& stdout_path = "");
   ~Process();
-  void Signal(int number) const;
+  pid_t pid() const { return pid_; }
   Outcome Wait();
 
  private:
