@@ -112,6 +112,7 @@ std::vector<Stream> Streams() {
       {"end marks in the data", Reply("ZZZZ-ZZZZZ"), {ours("ZZZZ-ZZZZZ")}},
       {"number and end mark in the data", Reply(alike + alike), {ours(alike + alike)}},
       {"a whole frame in the data", Reply("b" + Reply("c") + "d"), {ours("b" + Reply("c") + "d")}},
+      {"whole frames in a row in the data", Reply(Reply("c") + Reply("d")), {ours(Reply("c") + Reply("d"))}},
       {"data that ends like the mark begins", Reply("ZZZ"), {ours("ZZZ")}},
       {"garbage first", "XXX?ZZZZ" + Reply("a"), {ours("a")}},
       {"a run of start marks first", "XXXXXXX" + Reply("a"), {ours("a")}},
