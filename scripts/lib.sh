@@ -1,0 +1,33 @@
+# What ./run, ./test and the scripts share. Sourced, with the project's root as working folder.
+
+say() { printf '\n== %s\n' "$*" >&2; }
+die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
+
+# need_packages FILE...: installs those of the listed Debian packages that are missing.
+need_packages() {
+  local wanted missing=() name
+  wanted=$(sed -e 's/#.*//' -e '/^[[:space:]]*$/d' "$@")
+  for name in $wanted; do
+    dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  command -v apt-get >/dev/null || die "these packages are missing and there is no apt-get to install them: ${missing[*]}"
+  local as_root=()
+  if [ "$(id -u)" != 0 ]; then
+    command -v sudo >/dev/null || die "run as root, or install these packages first: ${missing[*]}"
+    as_root=(sudo)
+  fi
+  say "Installing ${#missing[@]} packages: ${missing[*]}"
+  "${as_root[@]}" apt-get update -q >&2 || die "apt-get update failed"
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" >&2 ||
+    die "these packages could not be installed: ${missing[*]}"
+}
+
+# build PRESET [TARGET...]: configures when needed and builds.
+build() {
+  local preset=$1
+  shift
+  say "Building ($preset)"
+  cmake --preset "$preset" >"build/$preset.configure.log" 2>&1 || { cat "build/$preset.configure.log" >&2; die "configuring $preset failed"; }
+  cmake --build "build/$preset" ${*:+--target "$@"} >&2 || die "building $preset failed"
+}
