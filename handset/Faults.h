@@ -16,10 +16,10 @@ namespace handset {
 struct FaultRule {
   static constexpr std::uint32_t kAlways = std::numeric_limits<std::uint32_t>::max();
 
-  std::string call;                     // "RegOpenKeyExW", "IPOutlookApp::Logon"
-  std::optional<std::uint32_t> result;  // absent: the call's usual failure
-  std::uint32_t skip = 0;               // this many calls go through first
-  std::uint32_t times = 1;              // then this many fail
+  std::string call;                          // "RegOpenKeyExW", "IPOutlookApp::Logon"
+  std::optional<std::uint32_t> result = {};  // absent: the call's usual failure
+  std::uint32_t skip = 0;                    // this many calls go through first
+  std::uint32_t times = 1;                   // then this many fail
 };
 
 // May be used from any thread at any time. Costs one load when nothing is armed.

@@ -33,7 +33,7 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
 
 std::string NearMatches(std::string_view word, std::span<const std::string_view> known) {
   constexpr std::size_t kShown = 3;
-  const std::size_t tolerance = std::max<std::size_t>(1, word.size() / 3);
+  const std::size_t tolerance = std::max<std::size_t>(2, word.size() / 3);
   std::vector<std::pair<std::size_t, std::string_view>> close;
   for (const std::string_view candidate : known) {
     const std::size_t distance = EditDistance(word, candidate);

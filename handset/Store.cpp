@@ -1,5 +1,6 @@
 #include "handset/Store.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 
 #include "handset/Errors.h"
@@ -19,7 +20,9 @@ constexpr int kVersion = 1;
 constexpr int kBusyMilliseconds = 5000;
 
 [[noreturn]] void Refuse(const std::filesystem::path& file, std::string_view what, std::string_view advice) {
-  throw StoreError(fmt::format("{}: {}; {}", file.string(), what, advice));
+  std::string text = fmt::format("{}: {}; {}", file.string(), what, advice);
+  std::ranges::replace(text, '\n', ' ');
+  throw StoreError(text);
 }
 
 constexpr std::string_view kRestore = "restore a copy or make a new phone";
@@ -52,7 +55,7 @@ void Check(const std::filesystem::path& file) {
            "use the newer program");
   }
   if (version < kVersion) Refuse(file, fmt::format("unknown version {}", version), kRestore);
-  if (const std::string result = pragma("quick_check"); result != "ok") Refuse(file, "damaged: " + result, kRestore);
+  if (const std::string result = pragma("quick_check(1)"); result != "ok") Refuse(file, "damaged: " + result, kRestore);
   for (const FaultRule& rule : SelectDescription(database).faults) Faults::Check(rule);
 }
 
@@ -73,7 +76,8 @@ auto OnDatabase(const std::filesystem::path& file, Work work) {
 void Store::Create(const std::filesystem::path& file, const Description& description) {
   OnDatabase(file, [&] {
     Database database(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-    database.exec("PRAGMA journal_mode = WAL");
+    // Nobody sees the file before it is complete, and then the caller brings it to the disk as a whole.
+    database.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF");
     SQLite::Transaction transaction(database);
     database.exec(kSchema);
     database.exec(fmt::format("PRAGMA application_id = {}", kApplicationId));

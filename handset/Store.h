@@ -21,7 +21,7 @@ namespace handset {
 // StoreErrors.
 class Store {
  public:
-  // Makes a new database. The caller takes care that nobody sees it before it is complete.
+  // Makes a new database. The caller brings the file to the disk and lets nobody see it before.
   static void Create(const std::filesystem::path& file, const Description& description);
   // Refuses a file that is no phone, damaged, or of a newer program, without writing to it.
   explicit Store(const std::filesystem::path& file);

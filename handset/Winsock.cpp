@@ -111,7 +111,7 @@ INT WSAStartup(WORD version, WSADATA* data) {
     return 0;
   });
   // The code is told both ways: WSAGetLastError is the thread's last error, with or without a started Winsock.
-  if (result != 0) SetLastError(static_cast<DWORD>(result));
+  if (result != 0) handset::SetLastError(static_cast<DWORD>(result));
   return result;
 }
 

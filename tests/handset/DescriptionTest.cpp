@@ -1,0 +1,129 @@
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "handset/Errors.h"
+#include "handset/Handset.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestPhone.h"
+
+namespace {
+
+using handset::DescriptionError;
+using handset::Handset;
+using nlohmann::json;
+
+// Everything a description can say, odd values included.
+const json& OddPhone() {
+  static const json kPhone = json::parse(R"({
+    "lines": [
+      {"name": {"utf16": "D8000041"}, "manufacturer": null, "model": "", "revision": "r\u0000x",
+       "serialNumber": "\u20ac\ud83d\ude00", "subscriberNumber": "+1", "radioOff": true, "operationUnavailable": false},
+      {"name": "Cellular Line", "manufacturer": "", "model": "", "revision": "", "serialNumber": "",
+       "subscriberNumber": "", "radioOff": false, "operationUnavailable": true}],
+    "os": {"major": 4294967295, "minor": 0, "build": 1, "platform": 9, "queryFails": true},
+    "memory": {"load": 300, "totalPhysical": 4294967295, "availablePhysical": 0},
+    "power": {"acLine": 255, "batteryFlag": 9, "batteryPercent": 101, "queryFails": true},
+    "clock": {"localTime": "2009-07-12T13:45:01.250", "utcOffsetMinutes": -210},
+    "registry": [
+      {"key": "HKLM\\Software\\\u00c9t\u00e9", "values": [
+        {"name": "", "type": "sz", "data": "unnamed"},
+        {"name": "cut", "type": "sz", "data": {"hex": "410042"}},
+        {"name": "more", "type": "multi_sz", "data": ["a", {"utf16": "DC00"}]},
+        {"name": "none of them", "type": "multi_sz", "data": []},
+        {"name": "hole", "type": "multi_sz", "data": ["", "x"]},
+        {"name": "short", "type": "dword", "data": {"hex": "01"}},
+        {"name": "big", "type": "dword", "data": 4294967295},
+        {"name": "empty", "type": "none", "data": {"hex": ""}},
+        {"name": "odd", "type": 21, "data": {"hex": "00FF"}}]},
+      {"key": "HKU\\leaf", "values": []}],
+    "messageBoxes": [{"caption": "Question", "contains": "radio", "answer": "yes"}, {"answer": "no"}],
+    "faults": [
+      {"call": "RegOpenKeyExW", "result": "0x00000005", "skip": 2, "times": 3},
+      {"call": "IPOutlookApp::Logon", "skip": 0, "times": "always"}]
+  })");
+  return kPhone;
+}
+
+TEST(Description, is_printed_back_whole_and_makes_the_same_phone_again) {
+  test::TemporaryFolder folder;
+  Handset::Init(folder.Path() / "first", OddPhone());
+  const json printed = Handset::Open(folder.Path() / "first")->Describe();
+  EXPECT_EQ(printed, OddPhone()) << json::diff(OddPhone(), printed).dump(1);
+  Handset::Init(folder.Path() / "empty", json::object());
+  const json defaults = Handset::Open(folder.Path() / "empty")->Describe();
+  Handset::Init(folder.Path() / "again", defaults);
+  EXPECT_EQ(Handset::Open(folder.Path() / "again")->Describe(), defaults);
+}
+
+TEST(Description, a_misfit_names_its_place_and_makes_nothing) {
+  const struct {
+    const char* json;
+    const char* pointer;
+    const char* inText;
+  } kCases[] = {
+      {R"(5)", "", "an object, found 5"},
+      {R"({"lime": []})", "/lime", "did you mean lines?"},
+      {R"({"lines": [{"name": "a"}, {}]})", "/lines/1", "\"name\""},
+      {R"({"lines": [{"name": {"utf16": "D80"}}]})", "/lines/0/name", "four hexadecimal digits"},
+      {R"({"lines": [{"name": "a", "radioOff": 1}]})", "/lines/0/radioOff", "true or false, found 1"},
+      {R"({"os": {"major": -1}})", "/os/major", "0 to 4294967295, found -1"},
+      {R"({"memory": {"load": 4294967296}})", "/memory/load", "found 4294967296"},
+      {R"({"memory": {"load": 18446744073709551615}})", "/memory/load", "found 18446744073709551615"},
+      {R"({"power": {"batteryPercent": 256}})", "/power/batteryPercent", "0 to 255"},
+      {R"({"power": {"acLine": 1.0}})", "/power/acLine", "whole number"},
+      {R"({"clock": {"localTime": "2009-02-29T00:00:00"}})", "/clock/localTime", "found \"2009-02-29T00:00:00\""},
+      {R"({"clock": {"localTime": "2009-01-01T24:00:00"}})", "/clock/localTime", ""},
+      {R"({"clock": {"localTime": "2009-01-01 00:00:00"}})", "/clock/localTime", ""},
+      {R"({"registry": [{"key": "HKEY\\x"}]})", "/registry/0/key", "HKLM"},
+      {R"({"registry": [{"key": "HKLM\\a\\\\b"}]})", "/registry/0/key", "1 to 255"},
+      {R"({"registry": [{"key": "HKLM\\a"}, {"key": "HKEY_LOCAL_MACHINE\\A"}]})", "/registry/1/key", "already"},
+      {R"({"registry": [{"key": "HKLM", "values": [{"name": "a", "type": "szz", "data": ""}]}]})",
+       "/registry/0/values/0/type", "did you mean sz?"},
+      {R"({"registry": [{"key": "HKLM", "values": [{"name": "a", "type": "binary", "data": "41"}]}]})",
+       "/registry/0/values/0/data", "hex"},
+      {R"({"registry": [{"key": "HKLM", "values": [{"name": "a", "type": "sz", "data": {"hex": "4"}}]}]})",
+       "/registry/0/values/0/data/hex", "two hexadecimal digits"},
+      {R"({"messageBoxes": [{"answer": "maybe"}]})", "/messageBoxes/0/answer", "\"yes\", \"no\" or \"ok\""},
+      {R"({"faults": [{"call": "RegOpenKeyEx"}]})", "/faults/0", "did you mean RegOpenKeyExW"},
+      {R"({"faults": [{"call": "Sleep"}]})", "/faults/0", "Sleep cannot fail"},
+      {R"({"faults": [{"call": "fopen", "result": 5}]})", "/faults/0", "without a code"},
+      {R"({"faults": [{"call": "recv", "result": "0xg"}]})", "/faults/0/result", "0x80004005"},
+      {R"({"faults": [{"call": "recv", "times": 0}]})", "/faults/0/times", ""},
+  };
+  test::TemporaryFolder folder;
+  for (const auto& test : kCases) {
+    try {
+      Handset::Init(folder.Path() / "phone", json::parse(test.json));
+      ADD_FAILURE() << test.json << " was accepted";
+      return;
+    } catch (const DescriptionError& error) {
+      EXPECT_EQ(error.GetPointer(), test.pointer) << error.what();
+      EXPECT_NE(std::string(error.what()).find(test.inText), std::string::npos) << error.what();
+    }
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+}
+
+TEST(Description, an_error_in_a_file_names_the_file_and_the_line) {
+  test::TemporaryFolder folder;
+  const auto file = folder.Path() / "phone.json";
+  const auto message = [&](const char* text) -> std::string {
+    std::ofstream(file) << text;
+    try {
+      Handset::InitFromFile(folder.Path() / "phone", file);
+    } catch (const DescriptionError& error) {
+      return error.what();
+    }
+    return "no error";
+  };
+  const std::string syntax = message("{\n \"os\": {,}\n}");
+  EXPECT_EQ(syntax.find(file.string()), 0U) << syntax;
+  EXPECT_NE(syntax.find("line 2, column 9"), std::string::npos) << syntax;
+  const std::string misfit = message(R"({"os": []})");
+  EXPECT_EQ(misfit, file.string() + ": /os: expected an object, found []");
+  std::filesystem::remove(file);
+  EXPECT_THROW(Handset::InitFromFile(folder.Path() / "phone", file), DescriptionError);
+}
+
+}  // namespace

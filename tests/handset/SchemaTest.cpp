@@ -1,0 +1,75 @@
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <valijson/adapters/nlohmann_json_adapter.hpp>
+#include <valijson/schema.hpp>
+#include <valijson/schema_parser.hpp>
+#include <valijson/validator.hpp>
+
+#include "handset/Errors.h"
+#include "tests/support/TestPhone.h"
+
+namespace {
+
+using nlohmann::json;
+using valijson::adapters::NlohmannJsonAdapter;
+
+json ReadJson(const std::string& name) {
+  std::ifstream in(std::string(PROJECT_FOLDER) + "/" + name);
+  return json::parse(in);
+}
+
+bool FitsSchema(const json& description) {
+  const json source = ReadJson("docs/phone.schema.json");
+  valijson::Schema schema;
+  valijson::SchemaParser().populateSchema(NlohmannJsonAdapter(source), schema);
+  valijson::Validator validator(valijson::Validator::kStrongTypes);
+  return validator.validate(schema, NlohmannJsonAdapter(description), nullptr);
+}
+
+bool IsAccepted(const json& description) {
+  const test::TemporaryFolder folder;
+  try {
+    handset::Handset::Init(folder.Path() / "phone", description);
+    return true;
+  } catch (const handset::DescriptionError&) {
+    return false;
+  }
+}
+
+TEST(Schema, accepts_the_demo_phone_and_every_printed_description) {
+  const json demo = ReadJson("demo/phone.json");
+  EXPECT_TRUE(FitsSchema(demo));
+  test::BarePhone phone(demo);
+  EXPECT_TRUE(FitsSchema(phone->Describe())) << phone->Describe().dump(1);
+  test::BarePhone odd(json::parse(R"({
+    "lines": [{"name": {"utf16": "D800"}, "model": null}], "clock": {"localTime": "1999-12-31T23:59:59"},
+    "registry": [{"key": "HKLM\\a", "values": [{"name": "m", "type": "multi_sz", "data": ["a"]},
+      {"name": "d", "type": "dword", "data": 1}, {"name": "x", "type": 77, "data": {"hex": "00"}}]}],
+    "messageBoxes": [{"answer": "ok"}], "faults": [{"call": "recv", "result": 5, "times": "always"}]})"));
+  EXPECT_TRUE(FitsSchema(odd->Describe())) << odd->Describe().dump(1);
+  odd->GetFaults().Clear();
+}
+
+TEST(Schema, agrees_with_init_about_what_is_wrong) {
+  const char* const kWrong[] = {
+      R"({"lime": []})",
+      R"({"lines": [{"model": "x"}]})",
+      R"({"lines": [{"name": {"utf16": "D80"}}]})",
+      R"({"os": {"major": -1}})",
+      R"({"power": {"acLine": 256}})",
+      R"({"clock": {"localTime": "yesterday"}})",
+      R"({"registry": {"HKLM": {}}})",
+      R"({"registry": [{"key": "HKLM", "values": [{"name": "a", "type": "szz", "data": "x"}]}]})",
+      R"({"messageBoxes": [{"answer": "maybe"}]})",
+      R"({"faults": [{"call": "recv", "times": 0}]})",
+  };
+  for (const char* text : kWrong) {
+    EXPECT_FALSE(FitsSchema(json::parse(text))) << text;
+    EXPECT_FALSE(IsAccepted(json::parse(text))) << text;
+  }
+  EXPECT_TRUE(FitsSchema(json::object()));
+  EXPECT_TRUE(IsAccepted(json::object()));
+}
+
+}  // namespace
