@@ -10,9 +10,8 @@ namespace handset {
 using LocalTime = std::chrono::local_time<std::chrono::milliseconds>;
 
 struct ClockSetting {
-  std::optional<LocalTime> localTime;                    // absent: the clock runs with the host's
-  std::optional<std::chrono::minutes> utcOffset;         // absent: the host's own
-  bool operator==(const ClockSetting&) const = default;  // keeps descriptions comparable
+  std::optional<LocalTime> localTime;             // absent: the clock runs with the host's
+  std::optional<std::chrono::minutes> utcOffset;  // absent: the host's own
 };
 
 // May be used from any thread.

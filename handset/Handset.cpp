@@ -1,10 +1,12 @@
 #include "handset/Handset.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <system_error>
 
 #include "handset/Enter.h"
 #include "handset/Errors.h"
@@ -120,7 +122,11 @@ const fs::path& Handset::GetFilesRoot() const { return m_phone->filesRoot; }
 void Handset::SetThreads(Threads mode) { m_phone->threads.SetMode(mode); }
 
 ce::SOCKET Handset::AdoptSocket(int descriptor) {
-  return m_phone->handles.Add(std::make_shared<HostSocket>(UniqueFd(descriptor)), "adopted");
+  try {
+    return m_phone->handles.Add(std::make_shared<HostSocket>(UniqueFd(descriptor)), "adopted");
+  } catch (const Failure&) {
+    throw std::system_error(errno, std::generic_category(), "a socket that the phone cannot take");
+  }
 }
 
 Handset& Handset::Current() {

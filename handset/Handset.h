@@ -52,6 +52,7 @@ class Handset {
   void SetThreads(Threads mode);
 
   // Gives the phone a socket of the host system (connected or listening); the phone owns it from now on.
+  // Throws std::system_error for what is no descriptor.
   ce::SOCKET AdoptSocket(int descriptor);
 
   // The calling thread's current phone; there must be one.

@@ -3,6 +3,7 @@
 #include <netinet/in.h>
 #include <string>
 #include <sys/socket.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -161,6 +162,7 @@ TEST_F(Winsock, blocking_and_nonblocking_calls_differ_when_nothing_can_move) {
 }
 
 TEST_F(Winsock, refuses_bad_handles_and_calls_without_a_start) {
+  EXPECT_THROW(m_phone->AdoptSocket(-1), std::system_error);
   const ce::SOCKET socket = Connect();
   const ce::SOCKET listening = Listen();
   ce::fd_set set;
