@@ -33,13 +33,21 @@ class ComObject : public Interface {
     return ++m_references;
   }
 
-  // Giving a reference back cannot fail: a fault rule only bends the answer.
+  // Giving a reference back cannot fail. A fault rule's answer other than 0 says that somebody else holds the object:
+  // the reference becomes theirs, and another Release takes it from them.
   ce::ULONG Release() final {
     const auto fault = m_phone.faults.Enter(Object::kRelease);
     m_phone.ledger->Drop(Held::kComReference, m_id);
+    if (fault.value_or(0) != 0) {
+      m_phone.outside.Keep(m_id, [this] { delete static_cast<Object*>(this); });
+      return *fault;
+    }
     const ce::ULONG left = --m_references;
-    if (left == 0) delete static_cast<Object*>(this);
-    return fault.value_or(left);
+    if (left == 0) {
+      m_phone.outside.Forget(m_id);
+      delete static_cast<Object*>(this);
+    }
+    return left;
   }
 
  protected:

@@ -14,6 +14,7 @@
 #include "handset/Handset.h"
 #include "handset/Ledger.h"
 #include "handset/MessageBoxes.h"
+#include "handset/OutsideHolders.h"
 #include "handset/PhoneThreads.h"
 #include "handset/Store.h"
 
@@ -37,6 +38,7 @@ struct Phone {
   Faults faults;
   Clock clock;
   MessageBoxes boxes;
+  OutsideHolders outside;
 
   std::atomic<unsigned> winsockStarts{0};
   std::mutex comMutex;

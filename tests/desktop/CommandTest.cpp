@@ -7,7 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "tests/desktop/Process.h"
+#include "tests/desktop/RunBrelix.h"
 #include "tests/desktop/ScriptedPhone.h"
 
 namespace brelix::test {
@@ -179,7 +179,7 @@ TEST(Command, EndsWithThePromisedCodeAndOneLine) {
        }},
       {3,
        [] {
-         return Process({"help", "exit-codes"}, "/dev/full").Wait();
+         return Process(Brelix({"help", "exit-codes"}), "/dev/full").Wait();
        }},
       {4,
        [] {
@@ -244,7 +244,7 @@ struct Interrupted {
       when = std::chrono::steady_clock::now();
       kill(brelix.get(), signal);
     });
-    Process process({"-d", phone.Address(), "info"});
+    Process process(Brelix({"-d", phone.Address(), "info"}));
     running.set_value(process.pid());
     outcome = process.Wait();
     const auto ended = std::chrono::steady_clock::now();

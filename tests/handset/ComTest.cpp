@@ -68,6 +68,24 @@ TEST(Outlook, hands_out_folders_and_collections_with_one_reference_each) {
   ce::CoUninitialize();
 }
 
+TEST(Outlook, an_object_that_somebody_else_holds_lives_on_until_it_is_released_once_more) {
+  BarePhone phone;
+  ASSERT_EQ(ce::CoInitializeEx(nullptr, 0), ce::S_OK);
+  for (const bool released_again : {true, false}) {
+    ce::IPOutlookApp* app = nullptr;
+    ASSERT_EQ(CreateApp(ce::IID_IPOutlookApp, &app), ce::S_OK);
+    phone.FailCall("IPOutlookApp::Release", 3);
+    EXPECT_EQ(app->Release(), 3U);
+    EXPECT_EQ(phone->GetLedger().Count(Held::kComReference), 0U);
+    EXPECT_EQ(app->Logon(0), ce::S_OK) << "still alive";
+    EXPECT_EQ(app->Logoff(), ce::S_OK);
+    if (released_again) {
+      EXPECT_EQ(app->Release(), 0U);
+    }
+  }
+  ce::CoUninitialize();
+}
+
 TEST(Mapi, needs_its_start_and_gives_a_session) {
   BarePhone phone;
   ce::IMAPISession* session = nullptr;

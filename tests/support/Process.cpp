@@ -1,4 +1,4 @@
-#include "tests/desktop/Process.h"
+#include "tests/support/Process.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -13,12 +13,12 @@
 
 extern char** environ;
 
-namespace brelix::test {
+namespace test {
 
 std::string FreshPath() {
   static std::atomic<int> count = 0;
   const char* folder = std::getenv("TMPDIR");
-  return std::string(folder ? folder : "/tmp") + "/desktop_tests." + std::to_string(getpid()) + "." +
+  return std::string(folder ? folder : "/tmp") + "/brelix-test." + std::to_string(getpid()) + "." +
          std::to_string(count++);
 }
 
@@ -28,10 +28,8 @@ std::string Contents(const std::string& path) {
   return text.str();
 }
 
-Process::Process(const std::vector<std::string>& arguments, const std::string& stdout_path)
+Process::Process(std::vector<std::string> words, const std::string& stdout_path)
     : out_path_(stdout_path.empty() ? FreshPath() : stdout_path), err_path_(FreshPath()) {
-  std::vector<std::string> words = {BRELIX_COMMAND};
-  words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> pointers;
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
@@ -39,9 +37,9 @@ Process::Process(const std::vector<std::string>& arguments, const std::string& s
   posix_spawn_file_actions_init(&files);
   posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err_path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  const int error = posix_spawn(&pid_, BRELIX_COMMAND, &files, nullptr, pointers.data(), environ);
+  const int error = posix_spawn(&pid_, words.front().c_str(), &files, nullptr, pointers.data(), environ);
   posix_spawn_file_actions_destroy(&files);
-  if (error != 0) throw std::runtime_error("cannot run " BRELIX_COMMAND);
+  if (error != 0) throw std::runtime_error("cannot run " + words.front());
 }
 
 Process::~Process() {
@@ -60,6 +58,11 @@ Outcome Process::Wait() {
   return outcome;
 }
 
-Outcome RunBrelix(const std::vector<std::string>& arguments) { return Process(arguments).Wait(); }
+std::string Process::Out() const { return Contents(out_path_); }
 
-}  // namespace brelix::test
+Outcome Process::End(int signal) {
+  kill(pid_, signal);
+  return Wait();
+}
+
+}  // namespace test

@@ -1,0 +1,110 @@
+// A whole agent on a handset, fed with whatever a desktop might say. The first byte chooses how: whether the session is
+// opened already, in what pieces the bytes come, whether replies are taken in pieces, and which platform call fails.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "agent/engine/AgentEngine.h"
+#include "agent/engine/ErrorRecord.h"
+#include "agent/transport/ConnectionManager.h"
+#include "handset/Clock.h"
+#include "handset/Faults.h"
+#include "handset/Handset.h"
+#include "handset/Ledger.h"
+#include "handset/MessageBoxes.h"
+#include "platform/Com.h"
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr char kOpening[] = "XXXX\0\1\0\xF7\0\0\0\1ZZZZXXXX\0\1\0\1\0\0\0\2ZZZZ";
+
+class CFuzzConnection final : public CConnectionManager {
+ public:
+  CFuzzConnection(Bytes data, std::size_t piece, bool opened, bool partialWrites)
+      : m_data(data),
+        m_opening(opened ? Bytes(reinterpret_cast<const std::uint8_t*>(kOpening), sizeof kOpening - 1) : Bytes()),
+        m_piece(piece),
+        m_partialWrites(partialWrites) {}
+  bool Start() override { return true; }
+  bool Stop() override { return true; }
+
+  bool Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override {
+    Bytes& from = m_opening.empty() ? m_data : m_opening;
+    if (size <= 0) std::abort();  // the engine must always have room
+    if (from.empty()) {
+      count = kConnectionClosed;
+      return true;
+    }
+    const std::size_t given = std::min({from.size(), m_piece, static_cast<std::size_t>(size)});
+    std::copy_n(from.data(), given, buffer);
+    from = from.subspan(given);
+    count = static_cast<std::int32_t>(given);
+    return true;
+  }
+
+  bool Write(const std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override {
+    if (size < 16 || size > static_cast<std::int32_t>(wire::kSendBufSize)) {
+      if (!m_partialWrites) std::abort();  // no reply is shorter than a frame without data
+    }
+    // A whole reply is well framed.
+    if (!m_partialWrites &&
+        (buffer[0] != 'X' || buffer[3] != 'X' || buffer[size - 1] != 'Z' || buffer[size - 4] != 'Z')) {
+      std::abort();
+    }
+    count = m_partialWrites ? std::max(1, size / 3) : size;
+    return true;
+  }
+
+ private:
+  Bytes m_data;
+  Bytes m_opening;
+  std::size_t m_piece;
+  bool m_partialWrites;
+};
+
+handset::Handset& Phone() {
+  static handset::Handset* phone = [] {
+    std::string folder = (std::filesystem::temp_directory_path() / "brelix-fuzz-XXXXXX").string();
+    if (mkdtemp(folder.data()) == nullptr) std::abort();
+    handset::Handset::Init(folder + "/phone",
+                           nlohmann::json{{"lines", {{{"name", "Cellular Line"}, {"serialNumber", "1234567890"}}}}});
+    static std::unique_ptr<handset::Handset> opened = handset::Handset::Open(folder + "/phone");
+    static handset::CurrentPhone current(*opened);
+    opened->SetThreads(handset::Threads::kInline);
+    opened->GetClock().UseVirtualTime();
+    opened->GetMessageBoxes().SetSilent(true);
+    ce::CoInitializeEx(nullptr, ce::COINIT_MULTITHREADED);
+    std::filesystem::remove_all(folder);
+    return opened.get();
+  }();
+  return *phone;
+}
+
+void RunSession(Bytes data, std::uint8_t how) {
+  constexpr std::size_t kPieces[] = {1, 7, 64, 16384};
+  auto engine = std::make_unique<CAgentEngine>(
+      nullptr, new CFuzzConnection(data, kPieces[how & 3], (how & 4) != 0, (how & 8) != 0));
+  if (engine->Construct() && engine->Start()) {
+    engine->WaitForExit();
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  handset::Handset& phone = Phone();
+  if (size < 2) return 0;
+  // A start that fails must leave nothing; a thread that cannot be resumed would be waited for in vain.
+  if ((bytes[0] & 16) != 0 && bytes[1] != 0) phone.GetFaults().Add({"LocalAlloc", {}, bytes[1], 1});
+  RunSession(Bytes(bytes, size).subspan(2), bytes[0]);
+  DropLastApiError();
+  phone.GetFaults().Clear();
+  phone.GetMessageBoxes().ClearLog();
+  // Looking at the lines may have failed for want of memory: then the line application stays open.
+  if (!phone.GetLedger().EmptyExcept({handset::Held::kComStart, handset::Held::kLineApp})) std::abort();
+  return 0;
+}

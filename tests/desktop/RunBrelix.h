@@ -1,0 +1,20 @@
+// The `brelix` command under test.
+#pragma once
+
+#include "tests/support/Process.h"
+
+namespace brelix::test {
+
+using ::test::Contents;
+using ::test::FreshPath;
+using ::test::Outcome;
+using ::test::Process;
+
+inline std::vector<std::string> Brelix(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), BRELIX_COMMAND);
+  return arguments;
+}
+
+inline Outcome RunBrelix(const std::vector<std::string>& arguments) { return ::test::Run(Brelix(arguments)); }
+
+}  // namespace brelix::test
