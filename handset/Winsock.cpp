@@ -130,9 +130,11 @@ INT select(INT, fd_set* readable, fd_set* writable, fd_set* except, const timeva
   Phone& phone = ThisPhone();
   return Enter<Call::select>(phone, [&] {
     NeedStart(phone);
-    return Select({WaitedSet(phone, readable, POLLIN, POLLIN | POLLHUP | POLLERR),
-                   WaitedSet(phone, writable, POLLOUT, POLLOUT | POLLERR), WaitedSet(phone, except, POLLPRI, POLLPRI)},
-                  timeout);
+    // Ready is what would not wait: on a socket that has hung up, a send fails at once.
+    return Select(
+        {WaitedSet(phone, readable, POLLIN, POLLIN | POLLHUP | POLLERR),
+         WaitedSet(phone, writable, POLLOUT, POLLOUT | POLLHUP | POLLERR), WaitedSet(phone, except, POLLPRI, POLLPRI)},
+        timeout);
   });
 }
 

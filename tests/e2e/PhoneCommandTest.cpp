@@ -36,7 +36,7 @@ TEST(PhoneCommand, bad_descriptions_make_nothing) {
   };
   ExpectRefused(init("{\"lines\": [{\"name\": 5}]}"), 1, {file, "/lines/0/name", "5"});
   ExpectRefused(init("{\"memroy\": {}}"), 1, {file, "memroy", "memory"});
-  ExpectRefused(init("{\"faults\": [{\"call\": \"RegOpenKey\"}]}"), 1, {file, "/faults/0/call", "RegOpenKeyExW"});
+  ExpectRefused(init("{\"faults\": [{\"call\": \"RegOpenKey\"}]}"), 1, {file, "/faults/0", "RegOpenKeyExW"});
   ExpectRefused(init("{\"power\": {\"batteryFlag\": 256}}"), 1, {file, "/power/batteryFlag"});
   ExpectRefused(init("{\"lines\": ["), 1, {file, "line"});
   EXPECT_FALSE(std::filesystem::exists(target));

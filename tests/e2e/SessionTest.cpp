@@ -22,8 +22,8 @@ const nlohmann::json kDescription = {
 };
 
 const nlohmann::json kInfo = {
-    {"imei", "990000500100427"}, {"number", "+15550100"},   {"manufacturer", "Northgate Radio"}, {"model", "NR-500"},
-    {"radioVersion", "7.07"},    {"osVersion", "5.2.1620"}, {"storageCard", "Storage Card"},
+    {"imei", "990000500100427"}, {"number", "+15550100"},    {"manufacturer", "Northgate Radio"}, {"model", "NR-500"},
+    {"radio_version", "7.07"},   {"os_version", "5.2.1620"}, {"storage_card", "Storage Card"},
 };
 
 // Every key of expected, with its value.
@@ -39,12 +39,12 @@ void ExpectHas(const Outcome& outcome, const nlohmann::json& expected) {
 void ExpectAgreement(const std::string& device) {
   SCOPED_TRACE(device);
   ExpectHas(Brelix({"-d", device, "--json", "info"}), kInfo);
-  ExpectHas(Brelix({"-d", device, "--json", "status"}), {{"memoryLoad", 47},
-                                                         {"totalMemory", 50696192},
-                                                         {"availableMemory", 26865664},
-                                                         {"acPower", true},
+  ExpectHas(Brelix({"-d", device, "--json", "status"}), {{"memory_load_percent", 47},
+                                                         {"memory_total_bytes", 50696192},
+                                                         {"memory_available_bytes", 26865664},
+                                                         {"ac_power", true},
                                                          {"battery", "high"},
-                                                         {"batteryPercent", 87}});
+                                                         {"battery_percent", 87}});
   const Outcome clock = Brelix({"-d", device, "--json", "clock"});
   EXPECT_EQ(clock.code, 0) << clock.err;
   EXPECT_NE(clock.out.find("2009-07-12T13:45:01"), std::string::npos) << clock.out;
