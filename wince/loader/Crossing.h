@@ -83,7 +83,7 @@ template <class Result, class... Parameters>
 Result Call(const void* function, std::type_identity_t<Parameters>... arguments) {
   std::uint32_t words[4 + (0 + ... + ((sizeof(Parameters) + 3) / 4))] = {};
   std::uint32_t count = 0;
-  const auto put = [&](auto argument) {
+  [[maybe_unused]] const auto put = [&](auto argument) {
     static_assert(std::is_trivially_copyable_v<decltype(argument)> && sizeof argument >= 4);
     std::memcpy(words + count, &argument, sizeof argument);
     count += (sizeof argument + 3) / 4;

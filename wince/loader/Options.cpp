@@ -11,9 +11,8 @@ const char kHelp[] =
     "  --relocate        load the library elsewhere than at its preferred address\n"
     "  --stack-skew N    give it stacks that are N (0 or 4) bytes off an alignment of 8\n"
     "  --check-leaks     at the end, tell what was not given back to the phone; exit 1 if anything\n"
-    "  --host LIBRARY    let a host library serve desktops instead, over a socket\n"
-    "  --listen PATH     that socket\n"
-    "  --sessions N      end after so many sessions (1)\n"
+    "  --host LIBRARY    let a host library serve desktops instead, one after the other, until SIGTERM\n"
+    "  --listen ADDRESS  where: unix:PATH\n"
     "Exit status: 0 served, 1 failed, 2 wrong usage or no library for this phone, 3 a fault inside the library.\n";
 
 namespace {
@@ -46,6 +45,7 @@ class Words {
 void CheckTogether(const Options& options) {
   if (options.phone.empty() || options.library.empty()) throw UsageError("expected --phone DIR and a library");
   if (options.stackSkew != 0 && options.stackSkew != 4) throw UsageError("--stack-skew: expected 0 or 4");
+  if (!options.listen.empty() && !options.listen.starts_with("unix:")) throw UsageError("--listen: expected unix:PATH");
   if (options.host.empty() != options.listen.empty()) throw UsageError("--host and --listen belong together");
 }
 
@@ -70,8 +70,6 @@ Options ParseOptions(const std::vector<std::string>& list) {
       options.host = words.ValueOf(word);
     } else if (word == "--listen") {
       options.listen = words.ValueOf(word);
-    } else if (word == "--sessions") {
-      options.sessions = ToNumber(word, words.ValueOf(word));
     } else if (word.starts_with("-") || !options.library.empty()) {
       throw UsageError("unexpected \"" + word + "\"");
     } else {

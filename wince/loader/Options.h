@@ -28,8 +28,7 @@ struct Options {
 
   // A host library beside the agent's, which serves desktops over a socket.
   std::filesystem::path host;
-  std::string listen;
-  std::uint32_t sessions = 1;
+  std::string listen;  // "unix:PATH"
 };
 
 extern const char kHelp[];

@@ -18,7 +18,6 @@ namespace crossing {
 namespace {
 
 constexpr std::size_t kMostSlots = 128;
-constexpr std::size_t kAddRefSlot = 1;
 constexpr std::size_t kReleaseSlot = 2;
 // Proxies that were given back are kept this long, so that a call on one is seen for what it is.
 constexpr std::size_t kKeptReleased = 1024;
@@ -29,7 +28,6 @@ using Row = std::array<void*, kMostSlots>;
 struct Proxy {
   void* const* row;
   ce::IUnknown* object;
-  std::uint32_t references;
 };
 
 // Never destroyed: threads of the phone may still run when the program ends.
@@ -64,11 +62,8 @@ void** ReleasedRow() {
   return row->data();
 }
 
-// Before the object itself is released: afterwards another one may stand at its address.
-void Release(Proxy& proxy) {
-  Registry& registry = TheRegistry();
-  const std::lock_guard lock(registry.mutex);
-  if (--proxy.references > 0) return;
+// With the registry's lock held: an object that is gone may have another one at its address at once.
+void Retire(Registry& registry, Proxy& proxy) {
   const auto place = registry.live.find(proxy.object);
   proxy.row = ReleasedRow();
   registry.released.push_back(std::move(place->second));
@@ -91,9 +86,18 @@ template <class Interface, auto kMethod, class Base, class Result, class... Para
 struct Method<Interface, kMethod, Result (Base::*)(Parameters...)> {
   static std::uint64_t Run(const Entry&, const std::uint32_t* words) {
     auto& proxy = *reinterpret_cast<Proxy*>(*words++);
+    if (SlotOf(kMethod) != kReleaseSlot) return CallObject(proxy, words);
+    // The library lets go of an object when a release answers 0, whoever else may hold it otherwise.
+    Registry& registry = TheRegistry();
+    const std::lock_guard lock(registry.mutex);
+    const std::uint64_t left = CallObject(proxy, words);
+    if (left == 0) Retire(registry, proxy);
+    return left;
+  }
+
+ private:
+  static std::uint64_t CallObject(Proxy& proxy, const std::uint32_t* words) {
     auto* object = static_cast<Interface*>(proxy.object);
-    if (SlotOf(kMethod) == kAddRefSlot) ToLibrary(object);
-    if (SlotOf(kMethod) == kReleaseSlot) Release(proxy);
     return Forward<kNamesInterface<Parameters...>, Result, Parameters...>(
         [object](Parameters... arguments) { return (object->*kMethod)(arguments...); }, words);
   }
@@ -152,9 +156,8 @@ void* ToLibrary(ce::IUnknown* object) {
   if (proxy == nullptr) {
     void** row = RowFor(object);
     if (row == nullptr) StopForFault("was to get an object of an interface that the loader does not know");
-    proxy.reset(new Proxy{row, object, 0});
+    proxy.reset(new Proxy{row, object});
   }
-  ++proxy->references;
   return proxy.get();
 }
 

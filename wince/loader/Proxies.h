@@ -10,7 +10,7 @@
 
 namespace crossing {
 
-// The proxy of an object, of which the library gets one more reference; null for null.
+// The proxy of an object, the same one as long as the library holds it; null for null.
 void* ToLibrary(ce::IUnknown* object);
 
 // The object behind a proxy, null for null. Anything else ends the program: the library handed over an object that it

@@ -1,6 +1,7 @@
 #include "wince/loader/Serve.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -34,6 +35,24 @@ int ListenAt(const std::string& path) {
   return listening;
 }
 
+// SIGINT and SIGTERM wait for WaitForOne, in every thread created from here on.
+class EndSignals {
+ public:
+  EndSignals() {
+    sigemptyset(&m_set);
+    sigaddset(&m_set, SIGINT);
+    sigaddset(&m_set, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &m_set, nullptr);
+  }
+  void WaitForOne() const {
+    int received = 0;
+    sigwait(&m_set, &received);
+  }
+
+ private:
+  sigset_t m_set{};
+};
+
 }  // namespace
 
 bool ServeStream(const Module& library, int out) {
@@ -49,11 +68,16 @@ bool ServeStream(const Module& library, int out) {
 }
 
 bool ServeHost(const Module& host, handset::Handset& phone, const Options& options) {
-  const void* const serve = Exported(host, "ServeSessions");
-  const ce::SOCKET listening = phone.AdoptSocket(ListenAt(options.listen));
-  const auto result = Call<ce::INT, ce::SOCKET, ce::DWORD>(serve, listening, options.sessions);
-  unlink(options.listen.c_str());
-  return result == 0;
+  const void* const start = Exported(host, "StartHost");
+  const void* const stop = Exported(host, "StopHost");
+  const std::string path = options.listen.substr(options.listen.find(':') + 1);
+  const EndSignals signals;
+  const ce::SOCKET listening = phone.AdoptSocket(ListenAt(path));
+  const bool started = Call<ce::INT, ce::SOCKET>(start, listening) == 0;
+  if (started) signals.WaitForOne();
+  Call<void>(stop);
+  unlink(path.c_str());
+  return started;
 }
 
 }  // namespace crossing

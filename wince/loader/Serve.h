@@ -10,7 +10,7 @@ namespace crossing {
 // Gives BrelXferRAPI a stream over standard input and a descriptor. False when it failed; the error box was shown.
 bool ServeStream(const Module& library, int out);
 
-// Runs the host library's ServeSessions over a listening socket. False when it failed.
+// Starts the host library over a listening socket, and stops it at SIGINT or SIGTERM. False when it did not start.
 bool ServeHost(const Module& host, handset::Handset& phone, const Options& options);
 
 }  // namespace crossing

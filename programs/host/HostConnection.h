@@ -1,0 +1,7 @@
+// What BrelixHost.exe listens on.
+#pragma once
+
+class CConnectionManager;
+
+// Null when there is nothing to listen on; the user was told why.
+CConnectionManager* NewHostConnection();
