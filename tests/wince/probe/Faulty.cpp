@@ -1,0 +1,43 @@
+// A library of the phone that does what it must not: it writes to its own constants, or calls an object that it
+// released. The first byte of the stream says which.
+#include "agent/host/RapiEntry.h"
+#include "platform/Kernel.h"
+
+extern "C" ce::BOOL DllMain(ce::HANDLE /*instance*/, ce::DWORD /*reason*/, void* /*reserved*/) { return 1; }
+
+extern "C" void ShowErrBox(const char16_t* /*caption*/) {}
+
+extern const ce::DWORD g_constant;
+constinit const ce::DWORD g_constant = 1;
+
+[[gnu::noinline]] void WriteConstant() {
+  auto* place = const_cast<ce::DWORD*>(&g_constant);
+  __asm__("" : "+r"(place));
+  *place = 2;
+}
+
+[[gnu::noinline]] void ReleaseTwice(ce::IRAPIStream* stream) {
+  stream->Release();
+  stream->Release();
+}
+
+ce::HRESULT BrelXferRAPI(ce::DWORD /*inputSize*/, ce::BYTE* /*input*/, ce::DWORD* /*outputSize*/, ce::BYTE** /*output*/,
+                         ce::IRAPIStream* stream) {
+  char which = 0;
+  ce::ULONG count = 0;
+  stream->Read(&which, 1, &count);
+  switch (which) {
+    case 'w':
+      WriteConstant();
+      break;
+    case 'r':
+      ReleaseTwice(stream);
+      break;
+    case 's':
+      stream->Revert();
+      break;
+    default:
+      break;
+  }
+  return 0;
+}

@@ -1,0 +1,2 @@
+// expect: exception handling disabled
+void Complain() { throw 1; }

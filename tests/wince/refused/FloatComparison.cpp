@@ -1,0 +1,2 @@
+// expect: floating-point arithmetic
+bool IsLater(double left, double right) { return left > right; }

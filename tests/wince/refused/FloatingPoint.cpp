@@ -1,0 +1,2 @@
+// expect: floating-point arithmetic
+double HoursLater(double date, double hours) { return date + hours / 24; }

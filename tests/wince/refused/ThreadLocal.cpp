@@ -1,0 +1,3 @@
+// expect: thread-local data
+thread_local int t_depth = 0;
+int Deeper() { return ++t_depth; }
