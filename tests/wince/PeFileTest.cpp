@@ -92,7 +92,7 @@ TEST(PeFile, what_is_no_library_file_is_refused) {
   bytes = EngineBytes();
   bytes[HeaderAt(bytes) + 24 + 1] = 2;
   ExpectRefused(bytes, "offset 0x98: not a 32-bit image");
-  EXPECT_THROW(PeFile::Read("/nowhere/at.dll"), std::runtime_error);
+  EXPECT_THROW(PeFile::Read("/nowhere/at.dll"), PeError);
 }
 
 TEST(PeFile, a_file_that_is_cut_off_anywhere_is_refused) {

@@ -17,7 +17,7 @@ constexpr char kHelp[] =
     "  --exports MAP     it exports what MAP lists, and nothing else\n"
     "  --program         it is a program, not a library\n"
     "  --beside LIBRARY  imports from LIBRARY, which is shipped with it, are right\n"
-    "Exit status: 0 fit, 1 unfit, a line on standard error for each reason, 2 wrong usage or no such file.\n";
+    "Exit status: 0 fit, 1 unfit or unreadable, a line on standard error for each reason, 2 wrong usage.\n";
 
 struct Options {
   pe::Kind kind = pe::Kind::kLibrary;

@@ -36,7 +36,9 @@ std::map<std::uint32_t, std::string> ReadSymbols(const std::filesystem::path& fi
     std::uint32_t address = 0;
     std::string kind;
     std::string name;
-    if (words >> std::hex >> address >> kind && (kind == "T" || kind == "t") && std::getline(words >> std::ws, name)) {
+    const bool read = words >> std::hex >> address >> kind && std::getline(words >> std::ws, name);
+    // Sections are symbols too.
+    if (read && (kind == "T" || kind == "t") && !name.starts_with(".")) {
       symbols.try_emplace(address - preferredBase, name);
     }
   }

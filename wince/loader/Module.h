@@ -15,7 +15,7 @@ enum class Place { kPreferred, kElsewhere };
 class Module {
  public:
   // The imports of a program beside the agent's library are bound to what others export. Throws pe::PeError for a file
-  // that no phone would take, or that imports what nobody has; std::runtime_error when it cannot be read or mapped.
+  // that no phone would take, or that imports what nobody has; std::runtime_error when it cannot be mapped.
   Module(const std::filesystem::path& file, Place place, const std::vector<const Module*>& others = {});
   // Calls the library entry for a detach, when it was attached.
   ~Module();

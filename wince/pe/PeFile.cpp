@@ -43,7 +43,7 @@ std::uint32_t Number(std::span<const std::uint8_t> bytes) {
 PeFile PeFile::Read(const std::filesystem::path& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream || std::filesystem::is_directory(file)) {
-    throw std::runtime_error(file.string() + ": cannot be read");
+    throw PeError("cannot be read");
   }
   return PeFile(std::vector<std::uint8_t>(std::istreambuf_iterator<char>(stream), {}));
 }

@@ -62,7 +62,6 @@ class PeFile {
  public:
   // Throws PeError.
   explicit PeFile(std::vector<std::uint8_t> bytes);
-  // Throws std::runtime_error when there is no such file.
   static PeFile Read(const std::filesystem::path& file);
 
   PeFile(const PeFile&) = delete;

@@ -1,0 +1,237 @@
+// Holds random conversations with two builds of the agent, each with a phone of its own from the same description, and
+// compares everything that can be seen of them: the bytes they say, the boxes they show, how they end and what they
+// leave in the phone's files.
+//
+//   random_conversations --phone-tool brelix-phone --left COMMAND --right COMMAND [--first SEED] [--count N]
+//
+// In the commands {phone} stands for the phone's folder. A conversation that differs is told by its seed.
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "tests/support/Bytes.h"
+#include "tests/wince/Command.h"
+
+namespace test {
+namespace {
+
+using nlohmann::json;
+
+class Random {
+ public:
+  explicit Random(unsigned seed) : m_engine(seed) {}
+  // Below limit.
+  unsigned Below(unsigned limit) { return m_engine() % limit; }
+  bool OneIn(unsigned many) { return Below(many) == 0; }
+  std::uint32_t Word() { return m_engine(); }
+  template <class Value>
+  const Value& Of(const std::vector<Value>& values) {
+    return values[Below(static_cast<unsigned>(values.size()))];
+  }
+
+ private:
+  std::mt19937 m_engine;
+};
+
+// Calls that the engine asks on the way of a stream's session, and that may fail without the session hanging on a
+// thread that never runs.
+const std::vector<std::string>& FaultyCalls() {
+  static const std::vector<std::string> calls{"CreateThread",
+                                              "CloseHandle",
+                                              "LocalAlloc",
+                                              "GetVersionExW",
+                                              "GetSystemPowerStatusEx2",
+                                              "fopen",
+                                              "fputs",
+                                              "fclose",
+                                              "RegOpenKeyExW",
+                                              "RegQueryValueExW",
+                                              "RegCloseKey",
+                                              "lineInitializeEx",
+                                              "lineNegotiateAPIVersion",
+                                              "lineGetDevCaps",
+                                              "lineOpen",
+                                              "lineNegotiateExtVersion",
+                                              "lineClose",
+                                              "lineShutdown",
+                                              "lineGetGeneralInfo",
+                                              "CoCreateInstance",
+                                              "IPOutlookApp::Logon",
+                                              "IPOutlookApp::Logoff",
+                                              "IPOutlookApp::GetDefaultFolder",
+                                              "IFolder::get_Items",
+                                              "IPOutlookItemCollection::get_Count",
+                                              "IPOutlookItemCollection::Release",
+                                              "PhoneOpenCallLog",
+                                              "PhoneCloseCallLog",
+                                              "MAPIInitialize",
+                                              "MAPILogonEx",
+                                              "IMAPISession::Logoff",
+                                              "IRAPIStream::Read",
+                                              "IRAPIStream::Write"};
+  return calls;
+}
+
+json OddText(Random& random) {
+  if (random.OneIn(6)) return nullptr;
+  std::string hex;
+  for (unsigned units = random.OneIn(8) ? random.Below(600) : random.Below(40); units > 0; --units) {
+    const unsigned unit = random.OneIn(4) ? random.Below(0xFFFF) + 1 : 0x20 + random.Below(0x60);
+    hex += fmt::format("{:04X}", unit);
+  }
+  return {{"utf16", hex}};
+}
+
+json OddLine(Random& random) {
+  json line{{"name", random.OneIn(5) ? "Serial Cable" : "Cellular Line"}};
+  for (const char* key : {"manufacturer", "model", "revision", "serialNumber", "subscriberNumber"}) {
+    if (!random.OneIn(4)) line[key] = OddText(random);
+  }
+  if (random.OneIn(8)) line["radioOff"] = true;
+  if (random.OneIn(12)) line["operationUnavailable"] = true;
+  return line;
+}
+
+json OddPhone(Random& random) {
+  json phone{
+      {"clock",
+       {{"localTime", fmt::format("20{:02}-{:02}-{:02}T{:02}:{:02}:{:02}.000", random.Below(100), 1 + random.Below(12),
+                                  1 + random.Below(28), random.Below(24), random.Below(60), random.Below(60))}}}};
+  phone["lines"] = json::array();
+  for (unsigned lines = random.Below(4); lines > 0; --lines) phone["lines"].push_back(OddLine(random));
+  if (random.OneIn(2)) {
+    phone["memory"] = {{"load", random.Word()}, {"totalPhysical", random.Word()}, {"availablePhysical", random.Word()}};
+  }
+  if (random.OneIn(2)) {
+    phone["os"] = {{"major", random.Word()}, {"minor", random.Word()}, {"build", random.Word()}};
+  }
+  if (random.OneIn(2)) {
+    phone["power"] = {
+        {"acLine", random.Below(256)}, {"batteryFlag", random.Below(256)}, {"batteryPercent", random.Below(256)}};
+  }
+  for (unsigned faults = random.OneIn(2) ? random.Below(4) : 0; faults > 0; --faults) {
+    json fault{{"call", random.Of(FaultyCalls())}, {"skip", random.Below(6)}, {"times", 1 + random.Below(2)}};
+    const bool hasCode = fault["call"] != "LocalAlloc" && fault["call"] != "fopen";
+    if (random.OneIn(3) && hasCode) fault["result"] = 0x80000000U | random.Word();
+    phone["faults"].push_back(fault);
+  }
+  return phone;
+}
+
+Bytes OddData(Random& random) {
+  Bytes data(random.OneIn(10) ? random.Below(3000) : random.Below(24));
+  for (std::uint8_t& byte : data) byte = static_cast<std::uint8_t>(random.Word());
+  return data;
+}
+
+Bytes OddFrame(Random& random, std::uint16_t number) {
+  static const std::vector<std::uint16_t> modules{1, 1, 1, 3, 4, 5, 6, 0, 2, 7, 0xFFFF};
+  static const std::vector<std::uint16_t> commands{1, 3, 5, 7, 9, 15, 17, 49, 247, 247, 257, 259, 285, 449};
+  const std::uint16_t module = random.Of(modules);
+  const auto command = random.OneIn(6) ? static_cast<std::uint16_t>(random.Word()) : random.Of(commands);
+  const Bytes data = random.OneIn(3) ? OddData(random) : Bytes{};
+  if (!random.OneIn(12)) return Frame(module, command, number, data);
+  return FrameWithLength(module, command, static_cast<std::uint16_t>(random.Below(64)), number, data);
+}
+
+std::string OddSpeech(Random& random) {
+  Bytes said;
+  if (!random.OneIn(10)) said = said + Frame(1, 247, 0x0101);
+  if (!random.OneIn(10)) said = said + Frame(1, 1, 0x0102);
+  for (unsigned frames = random.Below(30); frames > 0; --frames) {
+    said = said + (random.OneIn(15) ? OddData(random) : OddFrame(random, static_cast<std::uint16_t>(random.Word())));
+  }
+  if (random.OneIn(4)) said = said + Frame(1, 2303, 0x0F0F);
+  if (random.OneIn(6) && !said.empty()) said.resize(random.Below(static_cast<unsigned>(said.size())));
+  return {said.begin(), said.end()};
+}
+
+std::string Replace(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+struct Outcome {
+  Heard heard;
+  std::string log;  // what the agent wrote to its file
+  bool operator==(const Outcome&) const = default;
+};
+
+struct Commands {
+  std::string phoneTool;
+  std::string left;
+  std::string right;
+};
+
+Outcome Hold(const std::string& command, const Commands& commands, const json& phone, const std::string& speech) {
+  const TemporaryFolder folder;
+  const std::string description = (folder.Path() / "phone.json").string();
+  std::ofstream(description) << phone;
+  const std::string made = (folder.Path() / "phone").string();
+  const Heard init = RunCommand(commands.phoneTool + " init " + made + " --from " + description, {});
+  if (init.exitCode != 0) throw std::runtime_error("the phone could not be made: " + init.error);
+  Outcome outcome{RunCommand(Replace(command, "{phone}", made), speech), {}};
+  const std::filesystem::path log = std::filesystem::path(made) / "files" / "brelrapi.txt";
+  if (std::filesystem::exists(log)) outcome.log = ReadFile(log);
+  return outcome;
+}
+
+// What kind of conversation it was, for the count at the end.
+struct Seen {
+  int conversations = 0;
+  int different = 0;
+  int withReplies = 0;
+  int withBoxes = 0;
+  int notConstructed = 0;
+};
+
+void HoldSeed(unsigned seed, const Commands& commands, Seen& seen) {
+  Random random(seed);
+  const json phone = OddPhone(random);
+  const std::string speech = OddSpeech(random);
+  const Outcome left = Hold(commands.left, commands, phone, speech);
+  const Outcome right = Hold(commands.right, commands, phone, speech);
+  const bool leaks = left.heard.error.find("still held") != std::string::npos;
+  ++seen.conversations;
+  seen.withReplies += left.heard.out.empty() ? 0 : 1;
+  seen.withBoxes += left.heard.error.empty() ? 0 : 1;
+  seen.notConstructed += left.heard.exitCode == 1 ? 1 : 0;
+  if (left == right && !leaks && left.heard.exitCode <= 1) return;
+  ++seen.different;
+  fmt::print("seed {}: the two differ, or something is still held\n", seed);
+  for (const Outcome& outcome : {left, right}) {
+    fmt::print("  exit {}, {} bytes: {}\n  {}\n  log {}\n", outcome.heard.exitCode, outcome.heard.out.size(),
+               ToHex(Bytes(outcome.heard.out.begin(), outcome.heard.out.end())).substr(0, 600), outcome.heard.error,
+               outcome.log);
+  }
+}
+
+}  // namespace
+}  // namespace test
+
+int main(int argc, char** argv) {
+  CLI::App app("Holds random conversations with two builds of the agent.", "random_conversations");
+  test::Commands commands;
+  unsigned first = 1;
+  unsigned count = 1;
+  app.add_option("--phone-tool", commands.phoneTool, "The brelix-phone that makes the phones")->required();
+  app.add_option("--left", commands.left, "Serves {phone} over standard input and output")->required();
+  app.add_option("--right", commands.right, "The same, by the other build")->required();
+  app.add_option("--first", first, "The first seed");
+  app.add_option("--count", count, "How many seeds");
+  CLI11_PARSE(app, argc, argv);
+  fmt::print("seeds {} to {}\n", first, first + count - 1);
+  test::Seen seen;
+  try {
+    for (unsigned seed = first; seed < first + count; ++seed) test::HoldSeed(seed, commands, seen);
+  } catch (const std::exception& error) {
+    fmt::print("{}\n", error.what());
+    return 1;
+  }
+  fmt::print("{} conversations, {} with replies, {} with boxes, {} ended by an error, {} different\n",
+             seen.conversations, seen.withReplies, seen.withBoxes, seen.notConstructed, seen.different);
+  return seen.different == 0 ? 0 : 1;
+}
