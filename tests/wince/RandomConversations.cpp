@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <random>
+#include <regex>
 
 #include "tests/support/Bytes.h"
 #include "tests/wince/Command.h"
@@ -111,7 +112,9 @@ json OddPhone(Random& random) {
         {"acLine", random.Below(256)}, {"batteryFlag", random.Below(256)}, {"batteryPercent", random.Below(256)}};
   }
   for (unsigned faults = random.OneIn(2) ? random.Below(4) : 0; faults > 0; --faults) {
-    json fault{{"call", random.Of(FaultyCalls())}, {"skip", random.Below(6)}, {"times", 1 + random.Below(2)}};
+    json fault{{"call", random.Of(FaultyCalls())},
+               {"skip", random.OneIn(3) ? random.Below(6) : 0},
+               {"times", 1 + random.Below(2)}};
     const bool hasCode = fault["call"] != "LocalAlloc" && fault["call"] != "fopen";
     if (random.OneIn(3) && hasCode) fault["result"] = 0x80000000U | random.Word();
     phone["faults"].push_back(fault);
@@ -174,9 +177,16 @@ Outcome Hold(const std::string& command, const Commands& commands, const json& p
   const Heard init = RunCommand(commands.phoneTool + " init " + made + " --from " + description, {});
   if (init.exitCode != 0) throw std::runtime_error("the phone could not be made: " + init.error);
   Outcome outcome{RunCommand(Replace(command, "{phone}", made), speech), {}};
+  // The two programs tell of leaks under their own names.
+  outcome.heard.error = std::regex_replace(outcome.heard.error, std::regex("[a-z-]+: still held: "), "still held: ");
   const std::filesystem::path log = std::filesystem::path(made) / "files" / "brelrapi.txt";
   if (std::filesystem::exists(log)) outcome.log = ReadFile(log);
   return outcome;
+}
+
+// The agent leaves a line, or the application that asks for lines, open on two of its ways; nothing else may be held.
+bool LeavesMore(const Outcome& outcome) {
+  return std::regex_search(outcome.heard.error, std::regex("still held: (?!line )"));
 }
 
 // What kind of conversation it was, for the count at the end.
@@ -194,14 +204,13 @@ void HoldSeed(unsigned seed, const Commands& commands, Seen& seen) {
   const std::string speech = OddSpeech(random);
   const Outcome left = Hold(commands.left, commands, phone, speech);
   const Outcome right = Hold(commands.right, commands, phone, speech);
-  const bool leaks = left.heard.error.find("still held") != std::string::npos;
   ++seen.conversations;
   seen.withReplies += left.heard.out.empty() ? 0 : 1;
   seen.withBoxes += left.heard.error.empty() ? 0 : 1;
   seen.notConstructed += left.heard.exitCode == 1 ? 1 : 0;
-  if (left == right && !leaks && left.heard.exitCode <= 1) return;
+  if (left == right && !LeavesMore(left) && left.heard.exitCode <= 1) return;
   ++seen.different;
-  fmt::print("seed {}: the two differ, or something is still held\n", seed);
+  fmt::print("seed {}: the two differ, or something is held that should not be\n", seed);
   for (const Outcome& outcome : {left, right}) {
     fmt::print("  exit {}, {} bytes: {}\n  {}\n  log {}\n", outcome.heard.exitCode, outcome.heard.out.size(),
                ToHex(Bytes(outcome.heard.out.begin(), outcome.heard.out.end())).substr(0, 600), outcome.heard.error,
