@@ -118,6 +118,13 @@ TEST_F(Loader, wrong_usage_is_told) {
   EXPECT_EQ(Load("", {}, "").exitCode, 2);
 }
 
+// Of the program that ships; what it serves through is tested with another connection.
+TEST_F(Loader, the_host_program_starts_and_says_that_it_has_nothing_to_listen_on) {
+  const Heard heard = Load(BRELIX_PHONE_LIBRARY, {}, "--check-leaks --stack-skew 4 --program " BRELIX_HOST_PROGRAM);
+  EXPECT_EQ(heard.exitCode, 1);
+  EXPECT_EQ(heard.error, "+-- BrelixHost\n| This version has no connection that it could listen on.\n+--\n");
+}
+
 // The entry refuses a process whose COM cannot be started.
 TEST_F(Loader, a_library_entry_that_refuses_is_told) {
   const std::filesystem::path phone = Folder() / "no-com";

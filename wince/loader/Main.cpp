@@ -31,11 +31,11 @@ int TakeStandardOutput() {
   return stream;
 }
 
-std::unique_ptr<Module> LoadAndAttach(const std::filesystem::path& file, const Options& options,
-                                      const std::vector<const Module*>& others = {}) {
+std::unique_ptr<Module> Load(const std::filesystem::path& file, pe::Kind kind, Place place,
+                             const std::vector<const Module*>& others = {}) {
   try {
-    auto module = std::make_unique<Module>(file, options.place, others);
-    if (!module->Attach()) throw pe::PeError("its library entry refused to attach");
+    auto module = std::make_unique<Module>(file, kind, place, others);
+    if (kind == pe::Kind::kLibrary && !module->Attach()) throw pe::PeError("its library entry refused to attach");
     return module;
   } catch (const pe::PeError& error) {
     throw pe::PeError(file.string() + ": " + error.what());
@@ -43,9 +43,13 @@ std::unique_ptr<Module> LoadAndAttach(const std::filesystem::path& file, const O
 }
 
 bool Serve(handset::Handset& phone, const Options& options) {
-  const std::unique_ptr<Module> library = LoadAndAttach(options.library, options);
+  const std::unique_ptr<Module> library = Load(options.library, pe::Kind::kLibrary, options.place);
+  if (!options.program.empty()) {
+    // Programs prefer the place where this one stands itself.
+    return Load(options.program, pe::Kind::kProgram, Place::kElsewhere, {library.get()})->Run() == 0;
+  }
   if (options.host.empty()) return ServeStream(*library, TakeStandardOutput());
-  const std::unique_ptr<Module> host = LoadAndAttach(options.host, options, {library.get()});
+  const std::unique_ptr<Module> host = Load(options.host, pe::Kind::kLibrary, options.place, {library.get()});
   return ServeHost(*host, phone, options);
 }
 

@@ -9,7 +9,6 @@
 #include "wince/loader/Crossing.h"
 #include "wince/loader/FaultReport.h"
 #include "wince/loader/Functions.h"
-#include "wince/pe/CheckImage.h"
 #include "wince/pe/ImportTables.h"
 
 namespace crossing {
@@ -36,9 +35,9 @@ void* Find(const pe::Import& import) {
 
 }  // namespace
 
-Module::Module(const std::filesystem::path& file, Place place, const std::vector<const Module*>& others)
+Module::Module(const std::filesystem::path& file, pe::Kind kind, Place place, const std::vector<const Module*>& others)
     : m_name(file.filename().string()), m_file(pe::PeFile::Read(file)) {
-  const auto problems = pe::CheckLoadable(m_file, pe::Kind::kLibrary);
+  const auto problems = pe::CheckLoadable(m_file, kind);
   if (!problems.empty()) throw pe::PeError(problems.front());
   Map(place);
   Relocate();
@@ -55,6 +54,11 @@ Module::~Module() {
 bool Module::Attach() {
   m_attached = CallEntry(ce::DLL_PROCESS_ATTACH);
   return m_attached;
+}
+
+std::int32_t Module::Run() {
+  char16_t noArguments[] = u"";
+  return Call<ce::INT, void*, void*, char16_t*, ce::INT>(At(m_file.GetHeader().entry), m_base, nullptr, noArguments, 1);
 }
 
 bool Module::CallEntry(std::uint32_t reason) {

@@ -1,4 +1,5 @@
-// A library of the phone in this process: mapped, relocated, its imports bound, its sections protected as they say.
+// A library or program of the phone in this process: mapped, relocated, its imports bound, its sections protected as
+// they say.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "wince/pe/CheckImage.h"
 #include "wince/pe/PeFile.h"
 
 namespace crossing {
@@ -14,16 +16,18 @@ enum class Place { kPreferred, kElsewhere };
 
 class Module {
  public:
-  // The imports of a program beside the agent's library are bound to what others export. Throws pe::PeError for a file
-  // that no phone would take, or that imports what nobody has; std::runtime_error when it cannot be mapped.
-  Module(const std::filesystem::path& file, Place place, const std::vector<const Module*>& others = {});
+  // Imports from one of the others are bound to what that exports, all others to the phone. Throws pe::PeError for a
+  // file that no phone would take, or that imports what nobody has; std::runtime_error when it cannot be mapped.
+  Module(const std::filesystem::path& file, pe::Kind kind, Place place, const std::vector<const Module*>& others = {});
   // Calls the library entry for a detach, when it was attached.
   ~Module();
   Module(const Module&) = delete;
   Module& operator=(const Module&) = delete;
 
-  // Calls the library entry; false when it refuses.
+  // A library: calls its entry; false when it refuses.
   bool Attach();
+  // A program: runs it, and returns its exit code.
+  std::int32_t Run();
 
   // Null when there is none.
   void* FindExport(const std::string& name) const;

@@ -13,6 +13,7 @@ const char kHelp[] =
     "  --check-leaks     at the end, tell what was not given back to the phone; exit 1 if anything\n"
     "  --host LIBRARY    let a host library serve desktops instead, one after the other, until SIGTERM\n"
     "  --listen ADDRESS  where: unix:PATH\n"
+    "  --program FILE    run a host program of the phone instead, and exit as it does\n"
     "Exit status: 0 served, 1 failed, 2 wrong usage or no library for this phone, 3 a fault inside the library.\n";
 
 namespace {
@@ -68,6 +69,8 @@ Options ParseOptions(const std::vector<std::string>& list) {
       options.checkLeaks = true;
     } else if (word == "--host") {
       options.host = words.ValueOf(word);
+    } else if (word == "--program") {
+      options.program = words.ValueOf(word);
     } else if (word == "--listen") {
       options.listen = words.ValueOf(word);
     } else if (word.starts_with("-") || !options.library.empty()) {

@@ -29,6 +29,8 @@ struct Options {
   // A host library beside the agent's, which serves desktops over a socket.
   std::filesystem::path host;
   std::string listen;  // "unix:PATH"
+  // A host program, which is run beside the agent's library.
+  std::filesystem::path program;
 };
 
 extern const char kHelp[];
