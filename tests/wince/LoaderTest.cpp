@@ -83,6 +83,14 @@ TEST_F(Loader, a_fault_is_told_with_file_symbol_and_offset) {
   EXPECT_NE(heard.error.find("; called from Faulty.dll BrelXferRAPI+0x"), std::string::npos) << heard.error;
 }
 
+// The build with traps sees what this machine's memory forgives.
+TEST_F(Loader, an_unaligned_read_is_a_fault_in_the_checked_build_only) {
+  EXPECT_EQ(Load(BRELIX_FAULTY_LIBRARY, "u").exitCode, 0);
+  const Heard heard = Load(BRELIX_FAULTY_CHECKED_LIBRARY, "u");
+  EXPECT_EQ(heard.exitCode, 3);
+  EXPECT_TRUE(heard.error.starts_with("ce-loader: fault in FaultyChecked.dll ReadUnaligned(")) << heard.error;
+}
+
 TEST_F(Loader, a_call_on_a_released_object_or_of_an_unlisted_method_is_a_fault) {
   const Heard released = Load(BRELIX_FAULTY_LIBRARY, "r");
   EXPECT_EQ(released.exitCode, 3);

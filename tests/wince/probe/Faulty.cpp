@@ -1,5 +1,5 @@
-// A library of the phone that does what it must not: it writes to its own constants, or calls an object that it
-// released. The first byte of the stream says which.
+// A library of the phone that does what it must not: it writes to its own constants, calls an object that it released
+// or a method that nobody lists, or reads a word where none stands. The first byte of the stream says which.
 #include "agent/host/RapiEntry.h"
 #include "platform/Kernel.h"
 
@@ -21,6 +21,11 @@ constinit const ce::DWORD g_constant = 1;
   stream->Release();
 }
 
+// Some cores fault, others turn the word round; here it goes unseen, but for the build with traps.
+[[gnu::noinline]] ce::DWORD ReadUnaligned(const ce::BYTE* bytes) {
+  return *reinterpret_cast<const ce::DWORD*>(reinterpret_cast<std::uintptr_t>(bytes));
+}
+
 ce::HRESULT BrelXferRAPI(ce::DWORD /*inputSize*/, ce::BYTE* /*input*/, ce::DWORD* /*outputSize*/, ce::BYTE** /*output*/,
                          ce::IRAPIStream* stream) {
   char which = 0;
@@ -36,6 +41,11 @@ ce::HRESULT BrelXferRAPI(ce::DWORD /*inputSize*/, ce::BYTE* /*input*/, ce::DWORD
     case 's':
       stream->Revert();
       break;
+    case 'u': {
+      ce::DWORD words[2] = {1, 2};
+      ReadUnaligned(reinterpret_cast<const ce::BYTE*>(words) + 1);
+      break;
+    }
     default:
       break;
   }
