@@ -7,7 +7,7 @@
 #include <cxxabi.h>
 #include <fstream>
 #include <memory>
-#include <regex>
+#include <string_view>
 
 #include "wince/pe/ImportTables.h"
 
@@ -20,6 +20,17 @@ std::string Format(const char* format, Values... values) {
   std::array<char, 256> text{};
   std::snprintf(text.data(), text.size(), format, values...);
   return text.data();
+}
+
+bool IsWord(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'; }
+
+// What a line of an export map names: "a member"; or a_function; alone on it. Empty when it names nothing.
+std::string NameIn(std::string_view line) {
+  const std::size_t begin = line.find_first_not_of(" \t");
+  if (begin == std::string_view::npos || line.back() != ';') return {};
+  line = line.substr(begin, line.size() - begin - 1);
+  if (line.size() > 2 && line.front() == '"' && line.back() == '"') return std::string(line.substr(1, line.size() - 2));
+  return begin > 0 && std::ranges::all_of(line, IsWord) ? std::string(line) : std::string();
 }
 
 void CheckHeader(const Header& header, Kind kind, std::vector<std::string>& problems) {
@@ -79,14 +90,10 @@ std::vector<std::string> CheckImports(const PeFile& file, const std::set<std::st
 
 std::set<std::string> ReadExportMap(const std::filesystem::path& map) {
   std::ifstream stream(map);
-  const std::regex member("\"([^\"]+)\";");
-  const std::regex function("^\\s+([A-Za-z_]\\w*);");
   std::set<std::string> names;
   for (std::string line; std::getline(stream, line);) {
-    std::smatch match;
-    if (std::regex_search(line, match, member) || std::regex_search(line, match, function)) {
-      names.insert(match[1]);
-    }
+    const std::string name = NameIn(line);
+    if (!name.empty()) names.insert(name);
   }
   if (names.empty()) {
     throw std::runtime_error(map.string() + ": no names to export");
@@ -98,7 +105,14 @@ std::string ReadableName(const std::string& exported) {
   int status = 0;
   const std::unique_ptr<char, decltype(&std::free)> text(
       abi::__cxa_demangle(exported.c_str(), nullptr, nullptr, &status), &std::free);
-  return status == 0 ? std::regex_replace(std::string(text.get()), std::regex("\\blong\\b"), "int") : exported;
+  if (status != 0) return exported;
+  std::string name = text.get();
+  constexpr std::string_view kLong = "long";
+  for (std::size_t at = name.find(kLong); at != std::string::npos; at = name.find(kLong, at + 1)) {
+    const bool wholeWord = (at == 0 || !IsWord(name[at - 1])) && !IsWord(name[at + kLong.size()]);
+    if (wholeWord) name.replace(at, kLong.size(), "int");
+  }
+  return name;
 }
 
 std::vector<std::string> CheckExports(const PeFile& file, const std::set<std::string>& wanted) {
