@@ -64,6 +64,8 @@ HostAndPort SplitTcp(const std::string& address) {
     throw Failure(Exit::kUsage, fmt::format("device address \"{}\": expected tcp:HOST:PORT, an IPv6 address as "
                                             "tcp:[ADDRESS]:PORT",
                                             address));
+  if (out.port.find_first_not_of("0123456789") != out.port.npos || out.port.size() > 5 || std::stoul(out.port) > 65535)
+    throw Failure(Exit::kUsage, fmt::format("device address \"{}\": a port is a number up to 65535", address));
   return out;
 }
 

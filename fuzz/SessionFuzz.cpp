@@ -1,10 +1,16 @@
-// A whole agent on a handset, fed with whatever a desktop might say. The first byte chooses how: whether the session is
-// opened already, in what pieces the bytes come, whether replies are taken in pieces, and which platform call fails.
+// A whole agent on a handset, fed with whatever desktops might say. The first byte chooses how: in what pieces the
+// bytes come, whether the session is opened already, whether replies are taken in pieces, whether memory runs out
+// (after as many allocations as the second byte says), and whether the agent listens: then the bytes are shared by two
+// sessions.
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ErrorRecord.h"
@@ -24,18 +30,29 @@ constexpr char kOpening[] = "XXXX\0\1\0\xF7\0\0\0\1ZZZZXXXX\0\1\0\1\0\0\0\2ZZZZ"
 
 class CFuzzConnection final : public CConnectionManager {
  public:
-  CFuzzConnection(Bytes data, std::size_t piece, bool opened, bool partialWrites)
+  CFuzzConnection(Bytes data, std::size_t piece, bool opened, bool partialWrites, ce::SOCKET listening)
       : m_data(data),
+        m_left(listening == ce::INVALID_SOCKET ? 0 : data.size() / 2),
         m_opening(opened ? Bytes(reinterpret_cast<const std::uint8_t*>(kOpening), sizeof kOpening - 1) : Bytes()),
         m_piece(piece),
-        m_partialWrites(partialWrites) {}
+        m_partialWrites(partialWrites) {
+    SetListeningSocket(listening);
+  }
+  // Whom to stop when the bytes are used up.
+  void Serve(CAgentEngine& engine) { m_engine = &engine; }
   bool Start() override { return true; }
   bool Stop() override { return true; }
 
   bool Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override {
     Bytes& from = m_opening.empty() ? m_data : m_opening;
     if (size <= 0) std::abort();  // the engine must always have room
+    if (m_left != 0 && &from == &m_data && from.size() <= m_left) {  // the first desktop leaves
+      m_left = 0;
+      count = kConnectionClosed;
+      return true;
+    }
     if (from.empty()) {
+      if (m_engine != nullptr) m_engine->SignalDone();
       count = kConnectionClosed;
       return true;
     }
@@ -60,7 +77,9 @@ class CFuzzConnection final : public CConnectionManager {
   }
 
  private:
+  CAgentEngine* m_engine = nullptr;
   Bytes m_data;
+  std::size_t m_left;  // so many bytes are for the second desktop
   Bytes m_opening;
   std::size_t m_piece;
   bool m_partialWrites;
@@ -75,7 +94,7 @@ handset::Handset& Phone() {
     static std::unique_ptr<handset::Handset> opened = handset::Handset::Open(folder + "/phone");
     static handset::CurrentPhone current(*opened);
     opened->SetThreads(handset::Threads::kInline);
-    opened->GetClock().UseVirtualTime();
+    opened->GetClock().UseVirtualTime(std::chrono::microseconds(0));
     opened->GetMessageBoxes().SetSilent(true);
     ce::CoInitializeEx(nullptr, ce::COINIT_MULTITHREADED);
     std::filesystem::remove_all(folder);
@@ -84,10 +103,48 @@ handset::Handset& Phone() {
   return *phone;
 }
 
-void RunSession(Bytes data, std::uint8_t how) {
+class FuzzAgent final : public CBrelixAgent {
+ public:
+  void Notify(std::uint32_t) override {}
+};
+
+// Two desktops that wait to be accepted, and say nothing themselves.
+class WaitingDesktops {
+ public:
+  WaitingDesktops() {
+    const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un name{};
+    name.sun_family = AF_UNIX;
+    socklen_t size = sizeof(sa_family_t);
+    if (bind(listening, reinterpret_cast<sockaddr*>(&name), size) != 0 || listen(listening, 2) != 0) std::abort();
+    size = sizeof name;
+    getsockname(listening, reinterpret_cast<sockaddr*>(&name), &size);
+    for (int& desktop : m_desktops) {
+      desktop = socket(AF_UNIX, SOCK_STREAM, 0);
+      if (connect(desktop, reinterpret_cast<sockaddr*>(&name), size) != 0) std::abort();
+    }
+    m_listening = Phone().AdoptSocket(listening);
+  }
+  ~WaitingDesktops() {
+    for (const int desktop : m_desktops) close(desktop);
+  }
+  WaitingDesktops(const WaitingDesktops&) = delete;
+  WaitingDesktops& operator=(const WaitingDesktops&) = delete;
+  ce::SOCKET Listening() const { return m_listening; }
+
+ private:
+  std::array<int, 2> m_desktops{};
+  ce::SOCKET m_listening;
+};
+
+void RunSession(Bytes data, std::uint8_t how, ce::SOCKET listening) {
   constexpr std::size_t kPieces[] = {1, 7, 64, 16384};
-  auto engine = std::make_unique<CAgentEngine>(
-      nullptr, new CFuzzConnection(data, kPieces[how & 3], (how & 4) != 0, (how & 8) != 0));
+  auto* connection = new CFuzzConnection(data, kPieces[how & 3], (how & 4) != 0, (how & 8) != 0, listening);
+  FuzzAgent agent;
+  const bool listens = listening != ce::INVALID_SOCKET;
+  if (listens && !connection->Construct()) std::abort();
+  const auto engine = std::make_unique<CAgentEngine>(listens ? &agent : nullptr, connection);
+  if (listens) connection->Serve(*engine);
   if (engine->Construct() && engine->Start()) {
     engine->WaitForExit();
   }
@@ -98,9 +155,15 @@ void RunSession(Bytes data, std::uint8_t how) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   handset::Handset& phone = Phone();
   if (size < 2) return 0;
-  // A start that fails must leave nothing; a thread that cannot be resumed would be waited for in vain.
-  if ((bytes[0] & 16) != 0 && bytes[1] != 0) phone.GetFaults().Add({"LocalAlloc", {}, bytes[1], 1});
-  RunSession(Bytes(bytes, size).subspan(2), bytes[0]);
+  const std::uint8_t how = bytes[0];
+  const Bytes data = Bytes(bytes, size).subspan(2);
+  if ((how & 16) != 0) phone.GetFaults().Add({"LocalAlloc", {}, bytes[1], 1});
+  if ((how & 32) != 0) {
+    const WaitingDesktops desktops;
+    RunSession(data, how, desktops.Listening());
+  } else {
+    RunSession(data, how, ce::INVALID_SOCKET);
+  }
   DropLastApiError();
   phone.GetFaults().Clear();
   phone.GetMessageBoxes().ClearLog();

@@ -10,9 +10,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::minutes;
 
-// A peer that this thread polls gets the processor even when nobody sleeps for real.
-constexpr std::chrono::microseconds kGiveWay{50};
-
 minutes HostUtcOffset() {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
@@ -29,8 +26,9 @@ void Clock::Set(const ClockSetting& setting) {
   m_setting = setting;
 }
 
-void Clock::UseVirtualTime() {
+void Clock::UseVirtualTime(std::chrono::microseconds giveWay) {
   const std::lock_guard lock(m_mutex);
+  m_giveWay = giveWay;
   m_setting.localTime = NowLocked();
   m_virtual = true;
 }
@@ -51,19 +49,17 @@ minutes Clock::GetUtcOffset() const {
 }
 
 void Clock::Sleep(milliseconds time) {
-  bool real = false;
+  std::chrono::microseconds pause = time;
   {
     const std::lock_guard lock(m_mutex);
     m_slept += time;
     ++m_sleepCount;
-    real = !m_virtual;
-    if (m_virtual) *m_setting.localTime += time;
+    if (m_virtual) {
+      *m_setting.localTime += time;
+      pause = m_giveWay;
+    }
   }
-  if (real) {
-    std::this_thread::sleep_for(time);
-  } else {
-    std::this_thread::sleep_for(kGiveWay);
-  }
+  if (pause.count() > 0) std::this_thread::sleep_for(pause);
 }
 
 milliseconds Clock::GetSlept() const {

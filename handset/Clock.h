@@ -21,8 +21,8 @@ class Clock {
 
   void Set(const ClockSetting& setting);
   // Virtual time: the clock stands at what it shows now and moves only by what Sleep is asked for; Sleep gives way to
-  // other threads and returns.
-  void UseVirtualTime();
+  // other threads for as long as is said here, so that a peer that is polled gets the processor, and returns.
+  void UseVirtualTime(std::chrono::microseconds giveWay = std::chrono::microseconds(50));
   void Advance(std::chrono::milliseconds time);
 
   LocalTime Now() const;
@@ -41,6 +41,7 @@ class Clock {
   mutable std::mutex m_mutex;
   ClockSetting m_setting;
   bool m_virtual = false;
+  std::chrono::microseconds m_giveWay{0};
   std::chrono::milliseconds m_slept{0};
   unsigned m_sleepCount = 0;
 };

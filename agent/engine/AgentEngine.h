@@ -2,8 +2,8 @@
 // runs the engine thread, which cuts requests out of the byte stream, passes each to its module and writes the reply
 // back.
 //
-// The owner's calls, in order: constructor, Construct, Start, then WaitForExit (remote-API stream: the thread ends when
-// the stream closes) or, later, Stop; then delete. Everything else runs on the engine thread. Only the stop request and
+// The owner's calls, in order: constructor, Construct, Start; then, for a listening connection, Stop when it is time;
+// WaitForExit (over the remote-API stream the thread ends when the stream closes); delete. Everything else runs on the engine thread. Only the stop request and
 // the running flag are shared between the two.
 #pragma once
 
@@ -43,7 +43,8 @@ class CAgentEngine {
   bool Construct();
   // Starts the connection and resumes the thread.
   bool Start();
-  // Asks the thread to stop, stops the connection and waits until the thread has left its body.
+  // Asks the thread to stop, stops the connection and waits until the thread is not inside its body. A thread that was
+  // resumed and has not come that far yet is not waited for: WaitForExit does that.
   bool Stop();
   // Asks the thread to stop, without waiting.
   void SignalDone();

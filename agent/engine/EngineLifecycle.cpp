@@ -68,7 +68,8 @@ bool CAgentEngine::Construct() {
          StartModule(m_contacts) && StartModule(m_messaging) && CreateEngineThread();
 }
 
-// Creates a module and runs its start-up step. The module stays the engine's even when the step fails.
+// Creates a module and runs its start-up step. The module stays the engine's even when the step fails. Chosen: without
+// memory for the module there is a record that says so.
 template <class Module>
 bool CAgentEngine::StartModule(Module*& module) {
   module = new (std::nothrow) Module(*this);

@@ -37,6 +37,7 @@ const char16_t* CApiError::GetFunctionName() const {
 
 std::uint32_t CApiError::GetCode() const { return m_code; }
 
+// Chosen: the record that is replaced is freed; nobody could show it any more.
 bool Fail(const char16_t* functionName, std::uint32_t code) {
   DropLastApiError();
   g_lastError = new (std::nothrow) CApiError(functionName, code);

@@ -42,7 +42,11 @@ std::uint32_t CReceiveWindow::CutFrame(std::span<std::uint8_t, wire::kPacketBufS
   }
   const std::uint32_t length = m_endAt + wire::kMarkLen;
   std::memcpy(packet.data(), Bytes(), length);
+  const std::uint32_t runAt = m_runAt;
   Drop(length);
+  if (runAt > length) {  // a frame out of the garbage in front of the run: the run stays known
+    m_runAt = runAt - length;
+  }
   return length;
 }
 

@@ -41,7 +41,7 @@ ce::HRESULT BrelXferRAPI(ce::DWORD /*inputSize*/, ce::BYTE* /*input*/, ce::DWORD
   if (engine == nullptr || !engine->Construct()) {
     return kNotConstructed;
   }
-  engine->Start();
+  engine->Start();  // its result does not matter: a thread that cannot be resumed is waited for in vain, as ever
   engine->WaitForExit();
   engine.reset();
   LogEnd();

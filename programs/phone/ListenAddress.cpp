@@ -71,6 +71,10 @@ void Listener::ListenTcp(const std::string& hostAndPort, bool allowRemote) {
   if (colon == std::string::npos || colon == 0 || colon + 1 == hostAndPort.size()) {
     throw std::invalid_argument(fmt::format("{}: expected tcp:HOST:PORT, for example tcp:127.0.0.1:0", address));
   }
+  const std::string port = hostAndPort.substr(colon + 1);
+  if (port.find_first_not_of("0123456789") != std::string::npos || port.size() > 5 || std::stoul(port) > 65535) {
+    throw std::invalid_argument(fmt::format("{}: a port is a number from 0 to 65535", address));
+  }
   std::string host = hostAndPort.substr(0, colon);
   if (host.front() == '[' && host.back() == ']') {
     host = host.substr(1, host.size() - 2);
@@ -79,7 +83,7 @@ void Listener::ListenTcp(const std::string& hostAndPort, bool allowRemote) {
   hints.ai_socktype = SOCK_STREAM;
   hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
   addrinfo* found = nullptr;
-  const int error = getaddrinfo(host.c_str(), hostAndPort.c_str() + colon + 1, &hints, &found);
+  const int error = getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
   if (error != 0) {
     throw std::invalid_argument(fmt::format("{}: {}", address, gai_strerror(error)));
   }

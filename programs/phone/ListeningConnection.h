@@ -2,6 +2,8 @@
 // session.
 #pragma once
 
+#include <atomic>
+
 #include "agent/transport/ConnectionManager.h"
 
 namespace brelix_phone {
@@ -12,10 +14,14 @@ class CListeningConnection : public CConnectionManager {
   explicit CListeningConnection(ce::SOCKET listening);
   ~CListeningConnection() override;
   bool Start() override;
-  // Shuts the exchange socket down: a session that waits, also inside a send to a desktop that does not read, ends as
-  // if the desktop had closed. The sockets themselves are closed with the connection, so that no read of the engine
-  // thread fails in between.
+  // From now on the desktop counts as gone; a send that is stuck on one that does not read fails. The sockets are
+  // closed with the connection, not here: a read that failed would spend the engine's stop request.
   bool Stop() override;
+  bool Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override;
+  bool Write(const std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override;
+
+ private:
+  std::atomic<bool> m_stopping{false};
 };
 
 }  // namespace brelix_phone

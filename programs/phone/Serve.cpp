@@ -17,11 +17,13 @@ namespace {
 class CConsoleAgent final : public CBrelixAgent {
  public:
   void Notify(std::uint32_t code) override {
-    fmt::print(stderr, "brelix-phone: {}\n", code == kConnectionAccepted ? "a desktop connected" : "the session ended");
+    // Not fmt: on the engine's thread nothing may be thrown, not even when standard error is gone.
+    std::fprintf(stderr, "brelix-phone: %s\n",
+                 code == kConnectionAccepted ? "a desktop connected" : "the session ended");
   }
 };
 
-// SIGINT and SIGTERM wait for WaitForOne, in every thread created from here on.
+// From here on SIGINT and SIGTERM wait for WaitForOne, in this thread and those that it starts.
 class EndSignals {
  public:
   EndSignals() {
@@ -43,7 +45,7 @@ class EndSignals {
 };
 
 // False when the engine did not start; its error box was shown.
-bool RunEngine(handset::Handset& phone, Listener& listener, const EndSignals& signals) {
+bool RunEngine(handset::Handset& phone, Listener& listener) {
   auto connection = std::make_unique<CListeningConnection>(phone.AdoptSocket(listener.Release()));
   if (!connection->Construct()) {
     ShowErrBox(u"CConnectionManager::Construct()");
@@ -51,8 +53,13 @@ bool RunEngine(handset::Handset& phone, Listener& listener, const EndSignals& si
   }
   CConsoleAgent agent;
   const auto engine = std::make_unique<CAgentEngine>(&agent, connection.release());
-  if (!engine->Construct() || !engine->Start()) {
+  if (!engine->Construct()) {
     ShowErrBox(u"CAgentEngine::Construct()");
+    return false;
+  }
+  const EndSignals signals;
+  if (!engine->Start()) {
+    ShowErrBox(u"CAgentEngine::Start()");
     return false;
   }
   fmt::print("listening on {}\n", listener.GetAddress());
@@ -60,16 +67,16 @@ bool RunEngine(handset::Handset& phone, Listener& listener, const EndSignals& si
   fmt::print(stderr, "brelix-phone: connect with: brelix -d {} info   (Ctrl-C ends)\n", listener.GetAddress());
   signals.WaitForOne();
   engine->Stop();
+  engine->WaitForExit();
   return true;
 }
 
 }  // namespace
 
 int Serve(const std::filesystem::path& folder, const ServeOptions& options) {
-  const EndSignals signals;
   OpenPhone phone(folder);
   Listener listener(options.listen, options.allowRemote);
-  const bool served = RunEngine(*phone, listener, signals);
+  const bool served = RunEngine(*phone, listener);
   const bool clean = !options.checkLeaks || phone.CloseAndCheckLeaks();
   return served && clean ? kExitOk : kExitFailed;
 }

@@ -53,6 +53,8 @@ TEST(PhoneCommand, addresses_that_cannot_be_served_are_explained) {
   ExpectRefused(serve("tcp:[::]:0"), 2, {"--allow-remote"});
   ExpectRefused(serve("udp:127.0.0.1:0"), 2, {"udp:127.0.0.1:0", "tcp:HOST:PORT"});
   ExpectRefused(serve("tcp:127.0.0.1"), 2, {"tcp:127.0.0.1"});
+  ExpectRefused(serve("tcp:127.0.0.1:70000"), 2, {"70000", "65535"});
+  EXPECT_EQ(Brelix({"-d", "tcp:127.0.0.1:70000", "info"}).code, 2);
   ExpectRefused(serve("unix:/nowhere/socket"), 1, {"unix:/nowhere/socket", "No such file"});
   ExpectRefused(serve("unix:/" + std::string(200, 'x')), 2, {"107"});
 

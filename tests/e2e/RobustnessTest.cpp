@@ -1,4 +1,6 @@
 // Desktops that behave badly, and stopping while they do: the agent serves the next one and ends cleanly.
+#include <sys/wait.h>
+
 #include "tests/e2e/ServedPhone.h"
 
 namespace test {
@@ -71,6 +73,58 @@ TEST_F(Robustness, stops_while_a_desktop_takes_no_replies) {
   std::this_thread::sleep_for(std::chrono::milliseconds(700));
   ExpectCleanEnd(SIGTERM);
   asking.join();
+}
+
+TEST_F(Robustness, stops_while_a_desktop_floods_it) {
+  for (int round = 0; round < 5; ++round) {
+    PhoneFolder flooded{kPhone};
+    Server busy(flooded, "unix:" + flooded.SocketPath());
+    RawDesktop desktop(flooded.SocketPath());
+    desktop.Say(Frame(1, 247, 1));
+    EXPECT_EQ(desktop.Hear(20).size(), 20u);
+    std::thread asking([&] {
+      try {
+        for (std::uint16_t number = 2;; ++number) desktop.Say(Frame(1, 3, number));
+      } catch (const std::exception&) {
+      }
+    });
+    std::thread hearing([&] {
+      while (!desktop.Hear(20).empty()) {
+      }
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50 + 13 * round));
+    const Outcome end = busy.End(SIGTERM);
+    EXPECT_EQ(end.code, 0) << end.err;
+    asking.join();
+    hearing.join();
+  }
+  ExpectCleanEnd(SIGTERM);
+}
+
+TEST_F(Robustness, goes_on_when_nobody_reads_its_messages) {
+  const PhoneFolder quiet{kPhone};
+  int messages[2];
+  ASSERT_EQ(pipe(messages), 0);
+  const std::string listen = "unix:" + quiet.SocketPath();
+  const pid_t process = fork();
+  if (process == 0) {
+    dup2(messages[1], STDERR_FILENO);
+    close(messages[0]);
+    execl(BRELIX_PHONE_COMMAND, "brelix-phone", "serve", quiet.Path().c_str(), "--listen", listen.c_str(), nullptr);
+    _exit(127);
+  }
+  close(messages[1]);
+  char first = 0;
+  EXPECT_EQ(read(messages[0], &first, 1), 1) << "it says how to connect";
+  close(messages[0]);
+  for (int i = 0; i < 2; ++i) {
+    const Outcome info = Brelix({"-d", listen, "info"});
+    EXPECT_EQ(info.code, 0) << info.err;
+  }
+  kill(process, SIGTERM);
+  int status = -1;
+  ASSERT_EQ(waitpid(process, &status, 0), process);
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

@@ -23,8 +23,10 @@ TEST(ErrorRecord, is_shown_once_with_eight_upper_case_digits) {
 
 TEST(ErrorRecord, without_a_name_says_so) {
   TestPhone phone;
-  EXPECT_STREQ(reinterpret_cast<const char*>(CApiError(u"select", 1).GetFunctionName()),
-               reinterpret_cast<const char*>(u"select"));
+  std::u16string name = u"select";
+  const CApiError copied(name.c_str(), 1);
+  name = u"recv!!";
+  EXPECT_EQ(std::u16string(copied.GetFunctionName()), u"select");
   for (const char16_t* none : {static_cast<const char16_t*>(nullptr), u""}) {
     EXPECT_EQ(std::u16string(CApiError(none, 5).GetFunctionName()), u"UNKNOWN EXCEPTION");
   }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <thread>
 #include <unistd.h>
 
 #include "agent/engine/ErrorRecord.h"
@@ -103,7 +104,16 @@ TEST_F(Listening, the_exit_command_does_not_end_a_host_program) {
             ToHex(ResultFrame(1, 248, 1, 0) + ResultFrame(1, 2304, 2, 0) + ResultFrame(1, 4, 3, 0)));
 }
 
-TEST_F(Listening, waits_for_a_desktop_in_steps_of_100_ms_and_shows_errors) {
+TEST_F(Listening, asks_a_silent_desktop_every_100_ms) {
+  script.Give(Script::Read::Kind::kNothing).Give(Frame(1, 247, 1));
+  GiveStop();
+  Run(1);
+  // One empty read, and the one that brings the stop.
+  EXPECT_EQ(phone->GetClock().GetSlept(), std::chrono::milliseconds(200));
+  EXPECT_EQ(phone->GetClock().GetSleepCount(), 2u);
+}
+
+TEST_F(Listening, shows_what_goes_wrong_while_it_waits) {
   phone.FailCall("select", 10050, 0, 2);
   phone.FailCall("accept", 10055);
   GiveStop();
@@ -118,6 +128,23 @@ TEST_F(Listening, waits_for_a_desktop_in_steps_of_100_ms_and_shows_errors) {
 TEST_F(Listening, an_interrupted_accept_ends_the_thread_without_a_word) {
   phone.FailCall("accept", 10004);
   Run(1);
+  EXPECT_TRUE(agent.codes.empty());
+  EXPECT_TRUE(phone.Boxes().empty());
+}
+
+TEST_F(Listening, an_owner_stops_a_thread_that_waits_for_desktops) {
+  phone->SetThreads(handset::Threads::kReal);
+  for (int round = 0; round < 100; ++round) {
+    const WaitingDesktops waiting(phone, 0);
+    auto* connection = new CScriptedConnection(script, waiting.Listening());
+    ASSERT_TRUE(connection->Construct());
+    const auto stopped = std::make_unique<CAgentEngine>(&agent, connection);
+    ASSERT_TRUE(stopped->Construct());
+    ASSERT_TRUE(stopped->Start());
+    for (int polls = round % 4; polls > 0; --polls) std::this_thread::sleep_for(std::chrono::microseconds(80));
+    EXPECT_TRUE(stopped->Stop());
+    stopped->WaitForExit();
+  }
   EXPECT_TRUE(agent.codes.empty());
   EXPECT_TRUE(phone.Boxes().empty());
 }

@@ -95,7 +95,19 @@ TEST(ReceiveWindow, cuts_the_same_frames_as_the_plain_search_whatever_the_splits
         rc::gen::oneOf(rc::gen::inRange<std::size_t>(1, 40), rc::gen::just<std::size_t>(16384))));
     ExpectSameFrames(stream, pieces);
     if (stream.size() < 4000) ExpectSameFrames(stream, {1});
+    // Every split in two, and the rest in one piece.
+    for (std::size_t split = 1; stream.size() < 200 && split < stream.size(); ++split) {
+      ExpectSameFrames(stream, {split, stream.size()});
+    }
   }));
+}
+
+// The run of start marks stays known from one cut to the next.
+TEST(ReceiveWindow, frames_out_of_garbage_before_an_open_run_are_the_plain_ones) {
+  Bytes stream;
+  for (int i = 0; i < 200; ++i) stream = stream + FromText("abcdZZZZ");
+  stream = stream + Bytes(400, 'X') + Bytes(16, 0);
+  ExpectSameFrames(stream, {1600, 1});
 }
 
 struct CutCase {

@@ -1,4 +1,5 @@
 // The shipped library: its entry, its remote-API export and the log line.
+#include <cstring>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include "handset/LibraryLoader.h"
 #include "handset/RapiStream.h"
 #include "platform/Com.h"
+#include "platform/Kernel.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/TestPhone.h"
 
@@ -38,6 +40,16 @@ TEST(Library, attaches_only_where_com_is_not_initialised_yet) {
   phone.ExpectHeld(handset::Held::kComStart);  // S_FALSE counted, as the platform counts it
 }
 
+extern "C" ce::BOOL DllMain(ce::HANDLE instance, ce::DWORD reason, void* reserved);
+
+TEST(Library, threads_come_and_go_without_work_and_other_reasons_fail) {
+  BarePhone phone;
+  for (const ce::DWORD reason : {ce::DLL_THREAD_ATTACH, ce::DLL_THREAD_DETACH}) {
+    EXPECT_EQ(DllMain(ce::kNoHandle, reason, nullptr), 1);
+  }
+  for (const ce::DWORD reason : {4u, 5u, 6u, 0xFFFFFFFFu}) EXPECT_EQ(DllMain(ce::kNoHandle, reason, nullptr), 0);
+}
+
 TEST(Library, the_entry_serves_a_session_and_logs_its_end) {
   BarePhone phone;
   const auto library = std::make_unique<LoadedLibrary>(BRELIX_ENGINE_FILE);
@@ -57,7 +69,7 @@ TEST(Library, an_engine_that_cannot_be_constructed_answers_minus_1_and_keeps_not
   for (const char* call : {"MAPILogonEx", "CoCreateInstance"}) {
     BarePhone phone;
     const auto library = std::make_unique<LoadedLibrary>(BRELIX_ENGINE_FILE);
-    phone.FailCall(call);
+    phone.FailCall(call, 0x80040111);
     EXPECT_EQ(CallEntry(*library, {}), -1) << call;
     EXPECT_FALSE(std::filesystem::exists(phone.Folder() / "files" / "brelrapi.txt"));
     phone->GetFaults().Clear();
@@ -65,7 +77,8 @@ TEST(Library, an_engine_that_cannot_be_constructed_answers_minus_1_and_keeps_not
     const auto show = reinterpret_cast<void (*)(const char16_t*)>(library->GetProcAddress("ShowErrBox"));
     ASSERT_NE(show, nullptr);
     show(u"caption");
-    EXPECT_EQ(phone.Boxes().size(), 1u);
+    EXPECT_EQ(phone.Boxes(),
+              std::vector{u"caption|" + std::u16string(call, call + std::strlen(call)) + u"(): 80040111"});
   }
 }
 

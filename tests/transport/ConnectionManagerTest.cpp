@@ -1,4 +1,5 @@
 // The socket connection over real socket pairs.
+#include <atomic>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -120,6 +121,9 @@ TEST_F(SocketTest, names_the_call_that_failed) {
     EXPECT_EQ(TakeRecord(), row.record);
   }
   ASSERT_EQ(connection.CloseExchangeSocket(), 0);
+  phone.FailCall("ioctlsocket", 10022);
+  EXPECT_FALSE(connection.SetNonBlockingMode());
+  EXPECT_EQ(TakeRecord(), u"ioctlsocket");
   phone.FailCall("accept", 10055);
   EXPECT_EQ(connection.AcceptConnection(), 10055);
   EXPECT_EQ(TakeRecord(), u"accept");
@@ -133,11 +137,15 @@ TEST_F(SocketTest, an_accept_is_interrupted_by_closing_the_listening_socket) {
   listen(listening, 1);
   connection.Listen(phone->AdoptSocket(listening));
   ASSERT_TRUE(connection.Construct());
-  std::thread owner([this] {
+  std::atomic<bool> accepting{false};
+  std::thread owner([&] {
     const handset::CurrentPhone current(*phone);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    accepting.wait(false);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
     EXPECT_EQ(connection.CloseSockets(), 0);
   });
+  accepting = true;
+  accepting.notify_one();
   EXPECT_EQ(connection.AcceptConnection(), 10004);
   owner.join();
   EXPECT_EQ(LastApiError(), nullptr);

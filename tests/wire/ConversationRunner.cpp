@@ -81,7 +81,7 @@ bool RunFile(const std::filesystem::path& file, const Commands& commands) {
     const TemporaryFolder folder;
     const std::unique_ptr<Endpoint> agent = StartAgent(conversation, commands, folder.Path());
     RunSteps(*agent, conversation.steps);
-    if (!agent->Finish()) throw std::runtime_error("the agent's process did not end with exit code 0");
+    if (!agent->Finish()) throw std::runtime_error("the agent said more, or its process did not end with exit code 0");
     fmt::print("{}: as written\n", file.filename().string());
     return true;
   } catch (const std::exception& error) {

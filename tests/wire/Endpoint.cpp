@@ -101,7 +101,7 @@ void StreamEndpoint::NextSession() { throw std::runtime_error("a stream carries 
 
 bool StreamEndpoint::Finish() {
   HangUp();
-  return EndedWell(m_process);
+  return HearEnd() && EndedWell(m_process);
 }
 
 SocketEndpoint::SocketEndpoint(const std::string& command, std::string path)

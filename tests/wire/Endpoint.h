@@ -20,7 +20,7 @@ class Endpoint {
   bool HearEnd();
   virtual void HangUp() = 0;
   virtual void NextSession() = 0;
-  // Ends the process. True when it ended by itself, or as asked, with exit code 0.
+  // Ends the process. True when it said nothing more and ended, by itself or as asked, with exit code 0.
   virtual bool Finish() = 0;
 
  protected:

@@ -7,9 +7,7 @@ CMessagingModule::~CMessagingModule() {
     m_session->Logoff(0, 0, 0);
     m_session->Release();
   }
-  if (m_initialized) {
-    ce::MAPIUninitialize();
-  }
+  ce::MAPIUninitialize();  // also after a log-on that failed, which has done so already
 }
 
 bool CMessagingModule::Construct() {
@@ -23,7 +21,6 @@ bool CMessagingModule::Construct() {
     ce::MAPIUninitialize();
     return false;
   }
-  m_initialized = true;
   return true;
 }
 

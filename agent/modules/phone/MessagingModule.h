@@ -12,6 +12,5 @@ class CMessagingModule : public CAgentModule {
   void HandleCommand(std::int32_t command) override;
 
  private:
-  bool m_initialized = false;
   ce::IMAPISession* m_session = nullptr;
 };

@@ -13,6 +13,7 @@ constexpr ce::DWORD kApiVersion = 0x00020000;
 constexpr ce::DWORD kExtVersion = 0x00010000;
 constexpr std::u16string_view kCellularLine = u"Cellular Line";
 constexpr std::uint32_t kNoMemory = 255;
+constexpr ce::DWORD kLargestRecord = 4 << 20;  // a driver that asks for more is not believed
 
 // One of TAPI's variable-size records: the fixed part first, to learn the size that the whole needs, then the whole.
 template <class Record>
@@ -22,13 +23,12 @@ class CVariableRecord {
 
   // False when there is no memory.
   bool Allocate(ce::DWORD bytes) {
-    const ce::DWORD words = (std::max<ce::DWORD>(bytes, sizeof(Record)) + 3) / 4;
-    m_words.reset(new (std::nothrow) ce::DWORD[words]());
+    m_bytes = std::max<ce::DWORD>(bytes, sizeof(Record));
+    m_words.reset(m_bytes <= kLargestRecord ? new (std::nothrow) ce::DWORD[(m_bytes + 3) / 4]() : nullptr);
     if (m_words == nullptr) {
       return false;
     }
-    m_bytes = words * 4;
-    Get()->dwTotalSize = std::max<ce::DWORD>(bytes, sizeof(Record));
+    Get()->dwTotalSize = m_bytes;
     return true;
   }
 
@@ -97,6 +97,9 @@ std::uint32_t CheckLine(ce::HLINEAPP app, ce::DWORD device, std::optional<Cellul
 }
 
 }  // namespace
+
+CRadioIdentity::CRadioIdentity() = default;
+CRadioIdentity::~CRadioIdentity() = default;
 
 // Kept(line-app-left-open): when looking at the lines fails, the line application is not shut down.
 std::uint32_t CRadioIdentity::Query() {

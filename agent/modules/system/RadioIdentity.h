@@ -9,6 +9,9 @@
 
 class CRadioIdentity {
  public:
+  CRadioIdentity();
+  ~CRadioIdentity();
+
   // Reads the texts. 0 on success, also when the phone has no cellular line or the line tells nothing about itself;
   // else a TAPI error code, whose record is in the last-error slot, or 255 when there was no memory for a text.
   std::uint32_t Query();
