@@ -45,7 +45,7 @@ class CFuzzConnection final : public CConnectionManager {
 
   bool Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override {
     Bytes& from = m_opening.empty() ? m_data : m_opening;
-    if (size <= 0) std::abort();  // the engine must always have room
+    if (size <= 0) std::abort();                                     // the engine must always have room
     if (m_left != 0 && &from == &m_data && from.size() <= m_left) {  // the first desktop leaves
       m_left = 0;
       count = kConnectionClosed;
