@@ -3,6 +3,15 @@
 say() { printf '\n== %s\n' "$*" >&2; }
 die() { printf '%s: %s\n' "${0##*/}" "$*" >&2; exit 1; }
 
+as_root() {
+  if [ "$(id -u)" = 0 ]; then
+    "$@"
+  else
+    command -v sudo >/dev/null || die "run as root, or have somebody run: $*"
+    sudo "$@"
+  fi
+}
+
 # need_packages FILE...: installs those of the listed Debian packages that are missing.
 need_packages() {
   local wanted missing=() name
@@ -12,22 +21,28 @@ need_packages() {
   done
   [ ${#missing[@]} -gt 0 ] || return 0
   command -v apt-get >/dev/null || die "these packages are missing and there is no apt-get to install them: ${missing[*]}"
-  local as_root=()
-  if [ "$(id -u)" != 0 ]; then
-    command -v sudo >/dev/null || die "run as root, or install these packages first: ${missing[*]}"
-    as_root=(sudo)
-  fi
   say "Installing ${#missing[@]} packages: ${missing[*]}"
-  "${as_root[@]}" apt-get update -q >&2 || die "apt-get update failed"
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" >&2 ||
+  as_root apt-get update -q >&2 || die "apt-get update failed"
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" >&2 ||
     die "these packages could not be installed: ${missing[*]}"
 }
 
-# build PRESET [TARGET...]: configures when needed and builds.
+# need_phone_packages: the cross tools, and the package lists of the phone's kind of processor.
+need_phone_packages() {
+  need_packages wince/packages.txt
+  if ! dpkg --print-foreign-architectures | grep -qx armel; then
+    say "Adding the package lists for armel"
+    as_root dpkg --add-architecture armel
+    as_root apt-get update -q >&2 || die "apt-get update failed"
+  fi
+}
+
+# build PRESET [TARGET...]: configures when needed and builds. What stands in configure_options is configured besides.
+configure_options=()
 build() {
   local preset=$1
   shift
   say "Building ($preset)"
-  cmake --preset "$preset" >"build/$preset.configure.log" 2>&1 || { cat "build/$preset.configure.log" >&2; die "configuring $preset failed"; }
+  cmake --preset "$preset" "${configure_options[@]}" >"build/$preset.configure.log" 2>&1 || { cat "build/$preset.configure.log" >&2; die "configuring $preset failed"; }
   cmake --build "build/$preset" ${*:+--target "$@"} >&2 || die "building $preset failed"
 }

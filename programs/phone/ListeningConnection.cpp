@@ -9,7 +9,7 @@ CListeningConnection::~CListeningConnection() = default;
 bool CListeningConnection::Start() { return true; }
 
 bool CListeningConnection::Stop() {
-  m_stopping = true;
+  m_stopping.store(true, std::memory_order_relaxed);
   if (GetExchangeSocket() != ce::INVALID_SOCKET) {
     ce::shutdown(GetExchangeSocket(), ce::SD_SEND);
   }
@@ -17,7 +17,7 @@ bool CListeningConnection::Stop() {
 }
 
 bool CListeningConnection::Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) {
-  if (!m_stopping) {
+  if (!m_stopping.load(std::memory_order_relaxed)) {
     return CConnectionManager::Read(buffer, count, size);
   }
   count = kConnectionClosed;
@@ -25,7 +25,7 @@ bool CListeningConnection::Read(std::uint8_t* buffer, std::int32_t& count, std::
 }
 
 bool CListeningConnection::Write(const std::uint8_t* buffer, std::int32_t& count, std::int32_t size) {
-  if (!m_stopping) {
+  if (!m_stopping.load(std::memory_order_relaxed)) {
     return CConnectionManager::Write(buffer, count, size);
   }
   count = kConnectionClosed;

@@ -21,6 +21,7 @@ class CListeningConnection : public CConnectionManager {
   bool Write(const std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override;
 
  private:
+  // Read and written whole; relaxed, since it carries nothing but itself.
   std::atomic<bool> m_stopping{false};
 };
 
