@@ -3,8 +3,8 @@
 // back.
 //
 // The owner's calls, in order: constructor, Construct, Start; then, for a listening connection, Stop when it is time;
-// WaitForExit (over the remote-API stream the thread ends when the stream closes); delete. Everything else runs on the engine thread. Only the stop request and
-// the running flag are shared between the two.
+// WaitForExit (over the remote-API stream the thread ends when the stream closes); delete. Everything else runs on the
+// engine thread. Only the stop request and the running flag are shared between the two.
 #pragma once
 
 #include <array>

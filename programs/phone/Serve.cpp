@@ -1,12 +1,11 @@
 #include <cstdio>
 #include <fmt/format.h>
 #include <memory>
-#include <pthread.h>
-#include <signal.h>
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ErrorRecord.h"
 #include "programs/phone/Commands.h"
+#include "programs/phone/EndSignals.h"
 #include "programs/phone/ListenAddress.h"
 #include "programs/phone/ListeningConnection.h"
 #include "programs/phone/Session.h"
@@ -21,27 +20,6 @@ class CConsoleAgent final : public CBrelixAgent {
     std::fprintf(stderr, "brelix-phone: %s\n",
                  code == kConnectionAccepted ? "a desktop connected" : "the session ended");
   }
-};
-
-// From here on SIGINT and SIGTERM wait for WaitForOne, in this thread and those that it starts.
-class EndSignals {
- public:
-  EndSignals() {
-    sigemptyset(&m_set);
-    sigaddset(&m_set, SIGINT);
-    sigaddset(&m_set, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &m_set, nullptr);
-  }
-
-  void WaitForOne() const {
-    int received = 0;
-    sigwait(&m_set, &received);
-    // A second one ends the process at once, should the phone not stop.
-    pthread_sigmask(SIG_UNBLOCK, &m_set, nullptr);
-  }
-
- private:
-  sigset_t m_set{};
 };
 
 // False when the engine did not start; its error box was shown.
