@@ -10,7 +10,7 @@ std::span<std::uint8_t> CReceiveWindow::Room() {
   return {Bytes() + m_held, wire::kReceiveBufSize - m_held};
 }
 
-bool CReceiveWindow::MarkAt(std::uint32_t at, char mark) const {
+bool CReceiveWindow::MarkAt(std::uint32_t at, std::uint8_t mark) const {
   const std::uint8_t* bytes = Bytes() + at;
   return bytes[0] == mark && bytes[1] == mark && bytes[2] == mark && bytes[3] == mark;
 }

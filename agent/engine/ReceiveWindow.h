@@ -27,7 +27,7 @@ class CReceiveWindow {
  private:
   bool FindStart();
   bool FindEnd();
-  bool MarkAt(std::uint32_t at, char mark) const;
+  bool MarkAt(std::uint32_t at, std::uint8_t mark) const;
   void Drop(std::uint32_t count);
   bool DropAllButLast4();
 
@@ -38,5 +38,5 @@ class CReceiveWindow {
   std::uint32_t m_held = 0;   // how many are held
   std::uint32_t m_runAt = 0;  // next place to test for the end of the run of start marks; 0: no mark found yet
   std::uint32_t m_endAt = 0;  // next place to test for the end mark
-  std::array<std::uint8_t, 2 * wire::kReceiveBufSize> m_area{};
+  std::array<std::uint8_t, std::size_t{2} * wire::kReceiveBufSize> m_area{};
 };

@@ -10,8 +10,8 @@
 namespace wire {
 
 inline constexpr std::uint32_t kMarkLen = 4;
-inline constexpr char kStartMark = 'X';  // four of them
-inline constexpr char kEndMark = 'Z';    // four of them
+inline constexpr std::uint8_t kStartMark = 'X';  // four of them
+inline constexpr std::uint8_t kEndMark = 'Z';    // four of them
 
 // Places inside a frame, from its start mark on.
 inline constexpr std::uint32_t kModuleAt = 4;

@@ -31,10 +31,8 @@ int Describe(const std::filesystem::path& folder) {
   return kExitOk;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  signal(SIGPIPE, SIG_IGN);
+// Reads the command line and does what it says.
+int Run(int argc, char** argv) {
   CLI::App app("A phone in software: make one, look at it, serve it to a desktop.", "brelix-phone");
   app.require_subcommand(1);
   app.set_help_all_flag("--help-all", "Help for all commands");
@@ -72,11 +70,20 @@ int main(int argc, char** argv) {
     return Rapi(folder, checkLeaks);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  signal(SIGPIPE, SIG_IGN);
+  try {
+    return Run(argc, argv);
   } catch (const std::invalid_argument& error) {
-    fmt::print(stderr, "brelix-phone: {}\n", error.what());
+    std::fprintf(stderr, "brelix-phone: %s\n", error.what());
     return kExitUsage;
   } catch (const std::exception& error) {
-    fmt::print(stderr, "brelix-phone: {}\n", error.what());
+    std::fprintf(stderr, "brelix-phone: %s\n", error.what());
     return kExitFailed;
   }
 }

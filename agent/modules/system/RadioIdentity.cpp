@@ -42,7 +42,7 @@ class CVariableRecord {
     if (copy == nullptr) {
       return false;
     }
-    std::memcpy(copy.get(), bytes, room / 2 * 2);
+    std::memcpy(copy.get(), bytes, room & ~std::size_t{1});
     return true;
   }
 
