@@ -3,14 +3,10 @@
 // (after as many allocations as the second byte says), and whether the agent listens: then the bytes are shared by two
 // sessions.
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ErrorRecord.h"
@@ -21,6 +17,7 @@
 #include "handset/Ledger.h"
 #include "handset/MessageBoxes.h"
 #include "platform/Com.h"
+#include "tests/support/WaitingDesktops.h"
 
 namespace {
 
@@ -108,35 +105,6 @@ class FuzzAgent final : public CBrelixAgent {
   void Notify(std::uint32_t) override {}
 };
 
-// Two desktops that wait to be accepted, and say nothing themselves.
-class WaitingDesktops {
- public:
-  WaitingDesktops() {
-    const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un name{};
-    name.sun_family = AF_UNIX;
-    socklen_t size = sizeof(sa_family_t);
-    if (bind(listening, reinterpret_cast<sockaddr*>(&name), size) != 0 || listen(listening, 2) != 0) std::abort();
-    size = sizeof name;
-    getsockname(listening, reinterpret_cast<sockaddr*>(&name), &size);
-    for (int& desktop : m_desktops) {
-      desktop = socket(AF_UNIX, SOCK_STREAM, 0);
-      if (connect(desktop, reinterpret_cast<sockaddr*>(&name), size) != 0) std::abort();
-    }
-    m_listening = Phone().AdoptSocket(listening);
-  }
-  ~WaitingDesktops() {
-    for (const int desktop : m_desktops) close(desktop);
-  }
-  WaitingDesktops(const WaitingDesktops&) = delete;
-  WaitingDesktops& operator=(const WaitingDesktops&) = delete;
-  ce::SOCKET Listening() const { return m_listening; }
-
- private:
-  std::array<int, 2> m_desktops{};
-  ce::SOCKET m_listening;
-};
-
 void RunSession(Bytes data, std::uint8_t how, ce::SOCKET listening) {
   constexpr std::size_t kPieces[] = {1, 7, 64, 16384};
   auto* connection = new CFuzzConnection(data, kPieces[how & 3], (how & 4) != 0, (how & 8) != 0, listening);
@@ -159,7 +127,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const Bytes data = Bytes(bytes, size).subspan(2);
   if ((how & 16) != 0) phone.GetFaults().Add({"LocalAlloc", {}, bytes[1], 1});
   if ((how & 32) != 0) {
-    const WaitingDesktops desktops;
+    const test::WaitingDesktops desktops(phone, 2);
     RunSession(data, how, desktops.Listening());
   } else {
     RunSession(data, how, ce::INVALID_SOCKET);

@@ -37,12 +37,21 @@ need_phone_packages() {
   fi
 }
 
-# build PRESET [TARGET...]: configures when needed and builds. What stands in configure_options is configured besides.
-configure_options=()
+# build PRESET [-DNAME=VALUE...] [TARGET...]: configures when needed and builds.
 build() {
-  local preset=$1
+  local preset=$1 options=()
   shift
+  while [ $# -gt 0 ] && [ "${1#-D}" != "$1" ]; do
+    options+=("$1")
+    shift
+  done
   say "Building ($preset)"
-  cmake --preset "$preset" "${configure_options[@]}" >"build/$preset.configure.log" 2>&1 || { cat "build/$preset.configure.log" >&2; die "configuring $preset failed"; }
+  cmake --preset "$preset" "${options[@]}" >"build/$preset.configure.log" 2>&1 || { cat "build/$preset.configure.log" >&2; die "configuring $preset failed"; }
   cmake --build "build/$preset" ${*:+--target "$@"} >&2 || die "building $preset failed"
+}
+
+# build_phone TARGET...: the phone's own library and what belongs to it, with the files for a phone in build/phone.
+build_phone() {
+  need_phone_packages
+  build release -DBRELIX_PHONE=ON "-DBRELIX_PHONE_DIR=$PWD/build/phone" "$@"
 }

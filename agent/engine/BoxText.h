@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "agent/engine/Decimal.h"
+
 template <std::size_t Size>
 class CBoxText {
  public:
@@ -25,18 +27,15 @@ class CBoxText {
   }
 
   CBoxText& Dec(std::int32_t value) {
-    std::uint32_t rest = value < 0 ? 0 - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-    std::array<char16_t, 10> digits{};
-    std::size_t count = 0;
-    do {
-      digits[count++] = static_cast<char16_t>(u'0' + rest % 10);
-      rest /= 10;
-    } while (rest != 0);
-    if (value < 0) {
+    const CDecimal decimal(value);
+    if (decimal.IsNegative()) {
       Put(u'-');
     }
-    while (count > 0) {
-      Put(digits[--count]);
+    if (decimal.Digits().empty()) {
+      Put(u'0');
+    }
+    for (const char digit : decimal.Digits()) {
+      Put(static_cast<char16_t>(digit));
     }
     return *this;
   }

@@ -183,7 +183,7 @@ void CAgentEngine::Refuse() {
   CReplyWriter reply({GetOutBuf(), wire::kBodyRoom}, m_outBufLen);
   reply.ModuleId(static_cast<std::uint16_t>(m_moduleId));
   reply.Command(static_cast<std::uint16_t>(m_command));
-  reply.SendEmpty();
+  reply.Send();
 }
 
 // Kept(half-write): when a write takes exactly half of what was asked for, writing stops there and the desktop gets

@@ -30,7 +30,7 @@ void CAgentEngine::CompleteReply() {
     reply.ModuleId(wire::kSystem);
     reply.U16(0);
     reply.Skip(2);
-    reply.SendEmpty();
+    reply.Send();
   }
   const std::uint32_t bodyLen = m_outBufLen;
   std::uint8_t* frame = m_outBuf.data();

@@ -1,9 +1,9 @@
 #include "agent/engine/ReplyWriter.h"
 
-#include <array>
 #include <cstring>
 
 #include "agent/engine/Codecs.h"
+#include "agent/engine/Decimal.h"
 #include "agent/engine/WireFormat.h"
 
 namespace {
@@ -74,20 +74,14 @@ void CReplyWriter::LowBytes(std::u16string_view text) {
 void CReplyWriter::Dec(std::int32_t value) { Dec(value, 1); }
 
 void CReplyWriter::Dec(std::int32_t value, unsigned width) {
-  std::array<char, 10> digits{};
-  std::uint32_t rest = value < 0 ? 0 - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
-  unsigned count = 0;
-  while (rest != 0) {
-    digits[digits.size() - ++count] = static_cast<char>('0' + rest % 10);
-    rest /= 10;
-  }
-  if (value < 0) {
+  const CDecimal decimal(value);
+  if (decimal.IsNegative()) {
     U8('-');
   }
-  for (unsigned zeros = count; zeros < width; ++zeros) {
+  for (std::size_t zeros = decimal.Digits().size(); zeros < width; ++zeros) {
     U8('0');
   }
-  Text({digits.data() + digits.size() - count, count});
+  Text(decimal.Digits());
 }
 
 void CReplyWriter::Timestamp(const ce::SYSTEMTIME& time) {

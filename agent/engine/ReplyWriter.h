@@ -41,11 +41,6 @@ class CReplyWriter {
   void SendCounted(std::uint16_t dataLen, std::uint32_t outLen);
   // A reply that is one 32-bit result.
   void SendResult(std::uint32_t result);
-  // The engine's answer to a request it does not pass on: a head with no data.
-  void SendEmpty() { Send(); }
-
-  bool Overflowed() const { return m_overflowed; }
-  std::uint32_t Used() const { return m_used; }
 
  private:
   void StoreU16(std::uint32_t at, std::uint16_t value);

@@ -27,7 +27,6 @@ inline constexpr std::uint32_t kSendBufSize = 929792;
 
 // A reply body as a module writes it: module id, command + 1, data length, data.
 inline constexpr std::uint32_t kBodyDataAt = 6;
-inline constexpr std::uint32_t kBodyXmlAt = 10;  // behind the 4-byte result
 // What the engine adds to a body: the packet number and the two marks.
 inline constexpr std::uint32_t kFrameOverhead = 10;
 // What a body may fill of the send buffer.

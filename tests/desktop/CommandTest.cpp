@@ -221,7 +221,7 @@ TEST(Command, ExecutedPhoneThatEndsIsNoDevice) {
 TEST(Command, TraceShowsEveryFrameBothWays) {
   const std::string path = FreshPath();
   EXPECT_EQ(Serve(kClock + kEnd, {"--trace", path, "clock"}).code, 0);
-  const std::string trace = Contents(path);
+  const std::string trace = ReadFile(path);
   unlink(path.c_str());
   std::istringstream lines(Squeezed(trace));
   std::string seen;

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "tests/support/Process.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace brelix::test {
 
-using ::test::Contents;
 using ::test::FreshPath;
 using ::test::Outcome;
 using ::test::Process;
+using ::test::ReadFile;
 
 inline std::vector<std::string> Brelix(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), BRELIX_COMMAND);

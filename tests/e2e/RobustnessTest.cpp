@@ -41,8 +41,7 @@ TEST_F(Robustness, the_next_desktop_is_served_after_a_bad_one) {
 
 TEST_F(Robustness, a_desktop_may_leave_in_the_middle_of_its_replies) {
   RawDesktop desktop(phone.SocketPath());
-  desktop.Say(Frame(1, 247, 1));
-  EXPECT_EQ(desktop.Hear(20).size(), 20u);
+  desktop.Handshake();
   desktop.Say(Frame(1, 1, 2));
   EXPECT_EQ(desktop.Hear(5).size(), 5u);
   for (std::uint16_t number = 3; number < 20; ++number) desktop.Say(Frame(1, 15, number));
@@ -53,16 +52,14 @@ TEST_F(Robustness, a_desktop_may_leave_in_the_middle_of_its_replies) {
 
 TEST_F(Robustness, stops_while_a_desktop_is_connected_and_silent) {
   RawDesktop desktop(phone.SocketPath());
-  desktop.Say(Frame(1, 247, 1));
-  EXPECT_EQ(desktop.Hear(20).size(), 20u);
+  desktop.Handshake();
   ExpectCleanEnd(SIGINT);
   EXPECT_TRUE(desktop.Hear(1).empty()) << "the agent hung up";
 }
 
 TEST_F(Robustness, stops_while_a_desktop_takes_no_replies) {
   RawDesktop desktop(phone.SocketPath());
-  desktop.Say(Frame(1, 247, 1));
-  EXPECT_EQ(desktop.Hear(20).size(), 20u);
+  desktop.Handshake();
   // Replies of some 400 bytes fill what the link holds, until the agent is stuck in a send.
   std::thread asking([&] {
     try {
@@ -80,8 +77,7 @@ TEST_F(Robustness, stops_while_a_desktop_floods_it) {
     PhoneFolder flooded{kPhone};
     Server busy(flooded, "unix:" + flooded.SocketPath());
     RawDesktop desktop(flooded.SocketPath());
-    desktop.Say(Frame(1, 247, 1));
-    EXPECT_EQ(desktop.Hear(20).size(), 20u);
+    desktop.Handshake();
     std::thread asking([&] {
       try {
         for (std::uint16_t number = 2;; ++number) desktop.Say(Frame(1, 3, number));

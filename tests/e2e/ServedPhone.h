@@ -89,6 +89,10 @@ class RawDesktop {
     heard.resize(have < 0 ? 0 : static_cast<std::size_t>(have));
     return heard;
   }
+  void Handshake() {
+    Say(Frame(1, 247, 1));
+    EXPECT_EQ(ToHex(Hear(20)), ToHex(ResultFrame(1, 248, 1, 0)));
+  }
   void Leave() {
     if (m_socket >= 0) close(std::exchange(m_socket, -1));
   }

@@ -1,50 +1,20 @@
 // A host agent's engine: accepts, serves session after session, and stops.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <thread>
-#include <unistd.h>
 
 #include "agent/engine/ErrorRecord.h"
 #include "tests/support/EngineRun.h"
 #include "tests/support/TestPhone.h"
+#include "tests/support/WaitingDesktops.h"
 
 namespace test {
 namespace {
-
-// A listening socket of the phone on which desktops wait already. What they say comes from the script, not from them.
-class WaitingDesktops {
- public:
-  WaitingDesktops(TestPhone& phone, int count) {
-    const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un name{};
-    name.sun_family = AF_UNIX;
-    socklen_t size = sizeof(sa_family_t);  // the system picks a name
-    bind(listening, reinterpret_cast<sockaddr*>(&name), size);
-    listen(listening, count);
-    size = sizeof name;
-    getsockname(listening, reinterpret_cast<sockaddr*>(&name), &size);
-    for (int i = 0; i < count; ++i) {
-      m_desktops.push_back(socket(AF_UNIX, SOCK_STREAM, 0));
-      EXPECT_EQ(connect(m_desktops.back(), reinterpret_cast<sockaddr*>(&name), size), 0);
-    }
-    m_listening = phone->AdoptSocket(listening);
-  }
-  ~WaitingDesktops() {
-    for (const int desktop : m_desktops) close(desktop);
-  }
-  ce::SOCKET Listening() const { return m_listening; }
-
- private:
-  std::vector<int> m_desktops;
-  ce::SOCKET m_listening;
-};
 
 class Listening : public testing::Test {
  protected:
   // Runs the script with an agent until something stops the engine.
   void Run(int desktops, const std::function<void(CAgentEngine&)>& prepare = {}) {
-    const WaitingDesktops waiting(phone, desktops);
+    const WaitingDesktops waiting(*phone, desktops);
     auto* connection = new CScriptedConnection(script, waiting.Listening());
     ASSERT_TRUE(connection->Construct());
     engine = std::make_unique<CAgentEngine>(&agent, connection);
@@ -135,7 +105,7 @@ TEST_F(Listening, an_interrupted_accept_ends_the_thread_without_a_word) {
 TEST_F(Listening, an_owner_stops_a_thread_that_waits_for_desktops) {
   phone->SetThreads(handset::Threads::kReal);
   for (int round = 0; round < 100; ++round) {
-    const WaitingDesktops waiting(phone, 0);
+    const WaitingDesktops waiting(*phone, 0);
     auto* connection = new CScriptedConnection(script, waiting.Listening());
     ASSERT_TRUE(connection->Construct());
     const auto stopped = std::make_unique<CAgentEngine>(&agent, connection);
@@ -178,7 +148,7 @@ TEST_F(Listening, a_write_that_fails_on_a_closed_connection_ends_the_session) {
 TEST_F(Listening, start_and_stop_pass_the_connections_answer_on) {
   script.startAnswer = false;
   script.stopAnswer = false;
-  const WaitingDesktops waiting(phone, 1);
+  const WaitingDesktops waiting(*phone, 1);
   auto* connection = new CScriptedConnection(script, waiting.Listening());
   ASSERT_TRUE(connection->Construct());
   engine = std::make_unique<CAgentEngine>(&agent, connection);

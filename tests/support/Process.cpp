@@ -3,13 +3,13 @@
 #include <atomic>
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
 #include <signal.h>
 #include <spawn.h>
-#include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "tests/support/TemporaryFolder.h"
 
 extern char** environ;
 
@@ -20,12 +20,6 @@ std::string FreshPath() {
   const char* folder = std::getenv("TMPDIR");
   return std::string(folder ? folder : "/tmp") + "/brelix-test." + std::to_string(getpid()) + "." +
          std::to_string(count++);
-}
-
-std::string Contents(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
 }
 
 Process::Process(std::vector<std::string> words, const std::string& stdout_path)
@@ -50,15 +44,15 @@ Outcome Process::Wait() {
   int status = 0;
   waitpid(pid_, &status, 0);
   pid_ = -1;
-  Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), "", Contents(err_path_)};
+  Outcome outcome{WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), "", ReadFile(err_path_)};
   unlink(err_path_.c_str());
   if (out_path_.starts_with("/dev/")) return outcome;
-  outcome.out = Contents(out_path_);
+  outcome.out = ReadFile(out_path_);
   unlink(out_path_.c_str());
   return outcome;
 }
 
-std::string Process::Out() const { return Contents(out_path_); }
+std::string Process::Out() const { return ReadFile(out_path_); }
 
 Outcome Process::End(int signal) {
   kill(pid_, signal);

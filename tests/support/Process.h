@@ -30,7 +30,6 @@ class Process {
 };
 
 std::string FreshPath();
-std::string Contents(const std::string& path);
 inline Outcome Run(std::vector<std::string> words) { return Process(std::move(words)).Wait(); }
 
 }  // namespace test

@@ -1,14 +1,13 @@
 // The socket connection over real socket pairs.
 #include <atomic>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 
 #include "agent/engine/ErrorRecord.h"
 #include "agent/transport/ConnectionManager.h"
-#include "tests/support/ScriptedConnection.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/LocalListener.h"
 #include "tests/support/TestPhone.h"
 #include "tests/transport/SocketConnection.h"
 
@@ -21,19 +20,11 @@ class SocketTest : public testing::Test {
  protected:
   // A connection that accepted this test's end of a socket pair.
   void Connect() {
-    const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
-    sockaddr_un name{};
-    name.sun_family = AF_UNIX;
-    socklen_t size = sizeof(sa_family_t);
-    ASSERT_EQ(bind(listening, reinterpret_cast<sockaddr*>(&name), size), 0);
-    ASSERT_EQ(listen(listening, 1), 0);
-    size = sizeof name;
-    getsockname(listening, reinterpret_cast<sockaddr*>(&name), &size);
-    connection.Listen(phone->AdoptSocket(listening));
+    const LocalListener listener(1);
+    connection.Listen(phone->AdoptSocket(listener.Descriptor()));
     ASSERT_TRUE(connection.Construct());
     EXPECT_EQ(connection.CheckListeningSocket(), 0);
-    peer = socket(AF_UNIX, SOCK_STREAM, 0);
-    ASSERT_EQ(connect(peer, reinterpret_cast<sockaddr*>(&name), size), 0);
+    peer = listener.Connect();
     EXPECT_EQ(connection.CheckListeningSocket(), 1);
     ASSERT_EQ(connection.AcceptConnection(), 0);
   }
@@ -130,12 +121,7 @@ TEST_F(SocketTest, names_the_call_that_failed) {
 }
 
 TEST_F(SocketTest, an_accept_is_interrupted_by_closing_the_listening_socket) {
-  const int listening = socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un name{};
-  name.sun_family = AF_UNIX;
-  bind(listening, reinterpret_cast<sockaddr*>(&name), sizeof(sa_family_t));
-  listen(listening, 1);
-  connection.Listen(phone->AdoptSocket(listening));
+  connection.Listen(phone->AdoptSocket(LocalListener(1).Descriptor()));
   ASSERT_TRUE(connection.Construct());
   std::atomic<bool> accepting{false};
   std::thread owner([&] {
