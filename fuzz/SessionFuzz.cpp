@@ -11,11 +11,11 @@
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ErrorRecord.h"
 #include "agent/transport/ConnectionManager.h"
-#include "handset/Clock.h"
+#include "handset/system/Clock.h"
 #include "handset/Faults.h"
 #include "handset/Handset.h"
 #include "handset/Ledger.h"
-#include "handset/MessageBoxes.h"
+#include "handset/system/MessageBoxes.h"
 #include "platform/Com.h"
 #include "tests/support/WaitingDesktops.h"
 

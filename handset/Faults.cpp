@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "handset/Errors.h"
-#include "handset/NearMatch.h"
+#include "handset/store/NearMatch.h"
 
 namespace handset {
 

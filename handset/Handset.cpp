@@ -10,7 +10,7 @@
 
 #include "handset/Enter.h"
 #include "handset/Errors.h"
-#include "handset/HostSocket.h"
+#include "handset/net/HostSocket.h"
 
 namespace handset {
 

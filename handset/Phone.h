@@ -7,16 +7,16 @@
 #include <memory>
 #include <mutex>
 
-#include "handset/Clock.h"
 #include "handset/Faults.h"
-#include "handset/FileRoot.h"
 #include "handset/HandleTable.h"
 #include "handset/Handset.h"
 #include "handset/Ledger.h"
-#include "handset/MessageBoxes.h"
-#include "handset/OutsideHolders.h"
-#include "handset/PhoneThreads.h"
-#include "handset/Store.h"
+#include "handset/com/OutsideHolders.h"
+#include "handset/store/Store.h"
+#include "handset/system/Clock.h"
+#include "handset/system/FileRoot.h"
+#include "handset/system/MessageBoxes.h"
+#include "handset/system/PhoneThreads.h"
 
 namespace handset {
 

@@ -3,7 +3,7 @@
 
 #include "agent/engine/ErrorRecord.h"
 #include "agent/host/RapiEntry.h"
-#include "handset/RapiStream.h"
+#include "handset/net/RapiStream.h"
 #include "programs/phone/Commands.h"
 #include "programs/phone/Session.h"
 

@@ -5,8 +5,8 @@
 #include <sys/socket.h>
 #include <thread>
 
-#include "handset/RapiStream.h"
-#include "handset/UniqueFd.h"
+#include "handset/net/RapiStream.h"
+#include "handset/net/UniqueFd.h"
 #include "tests/support/TestPhone.h"
 
 namespace {

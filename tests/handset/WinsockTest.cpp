@@ -7,7 +7,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "handset/UniqueFd.h"
+#include "handset/net/UniqueFd.h"
 #include "platform/Winsock.h"
 #include "tests/support/TestPhone.h"
 

@@ -7,7 +7,7 @@
 #include "agent/host/RapiEntry.h"
 #include "handset/Errors.h"
 #include "handset/LibraryLoader.h"
-#include "handset/RapiStream.h"
+#include "handset/net/RapiStream.h"
 #include "platform/Com.h"
 #include "platform/Kernel.h"
 #include "tests/support/Bytes.h"

@@ -4,7 +4,7 @@
 
 #include "agent/engine/ErrorRecord.h"
 #include "agent/transport/RapiStreamConnection.h"
-#include "handset/RapiStream.h"
+#include "handset/net/RapiStream.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/TestPhone.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <unistd.h>
 
-#include "handset/RapiStream.h"
+#include "handset/net/RapiStream.h"
 #include "programs/phone/EndSignals.h"
 #include "programs/phone/ListenAddress.h"
 #include "wince/loader/Crossing.h"

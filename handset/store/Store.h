@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "handset/Description.h"
+#include "handset/store/Description.h"
 
 namespace SQLite {
 class Database;

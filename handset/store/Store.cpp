@@ -1,12 +1,12 @@
-#include "handset/Store.h"
+#include "handset/store/Store.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 
 #include "handset/Errors.h"
-#include "handset/RegistryDescription.h"
 #include "handset/Schema.h"
-#include "handset/StoreRows.h"
+#include "handset/store/RegistryDescription.h"
+#include "handset/store/StoreRows.h"
 
 namespace handset {
 

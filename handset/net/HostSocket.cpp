@@ -1,4 +1,4 @@
-#include "handset/HostSocket.h"
+#include "handset/net/HostSocket.h"
 
 #include <array>
 #include <cerrno>

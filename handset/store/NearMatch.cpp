@@ -1,4 +1,4 @@
-#include "handset/NearMatch.h"
+#include "handset/store/NearMatch.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,4 +1,4 @@
-#include "handset/PhoneThreads.h"
+#include "handset/system/PhoneThreads.h"
 
 #include "handset/Enter.h"
 

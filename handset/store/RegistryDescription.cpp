@@ -1,10 +1,10 @@
-#include "handset/RegistryDescription.h"
+#include "handset/store/RegistryDescription.h"
 
 #include <algorithm>
 #include <cstring>
 #include <set>
 
-#include "handset/NearMatch.h"
+#include "handset/store/NearMatch.h"
 #include "platform/Registry.h"
 
 namespace handset {

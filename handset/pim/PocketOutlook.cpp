@@ -1,6 +1,6 @@
-#include "handset/PocketOutlook.h"
+#include "handset/pim/PocketOutlook.h"
 
-#include "handset/ComObject.h"
+#include "handset/com/ComObject.h"
 
 namespace handset {
 

@@ -1,4 +1,4 @@
-#include "handset/FileRoot.h"
+#include "handset/system/FileRoot.h"
 
 #include <algorithm>
 #include <dirent.h>

@@ -1,4 +1,4 @@
-#include "handset/Description.h"
+#include "handset/store/Description.h"
 
 #include <fmt/format.h>
 #include <fstream>
@@ -6,9 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include "handset/Errors.h"
-#include "handset/JsonNode.h"
-#include "handset/NearMatch.h"
-#include "handset/RegistryDescription.h"
+#include "handset/store/JsonNode.h"
+#include "handset/store/NearMatch.h"
+#include "handset/store/RegistryDescription.h"
 
 namespace handset {
 

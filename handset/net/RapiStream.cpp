@@ -1,4 +1,4 @@
-#include "handset/RapiStream.h"
+#include "handset/net/RapiStream.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -6,8 +6,8 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "handset/ComObject.h"
-#include "handset/UniqueFd.h"
+#include "handset/com/ComObject.h"
+#include "handset/net/UniqueFd.h"
 
 namespace handset {
 

@@ -1,4 +1,4 @@
-#include "handset/MessageBoxes.h"
+#include "handset/system/MessageBoxes.h"
 
 #include <array>
 #include <cstdio>

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "handset/UniqueFd.h"
+#include "handset/net/UniqueFd.h"
 
 namespace handset {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "handset/Enter.h"
-#include "handset/HostSocket.h"
+#include "handset/net/HostSocket.h"
 
 using handset::Call;
 using handset::Enter;

@@ -1,8 +1,8 @@
 // The registry's part of a description.
 #pragma once
 
-#include "handset/Description.h"
-#include "handset/JsonNode.h"
+#include "handset/store/Description.h"
+#include "handset/store/JsonNode.h"
 
 namespace handset {
 

@@ -3,7 +3,7 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
-#include "handset/Description.h"
+#include "handset/store/Description.h"
 
 namespace handset {
 

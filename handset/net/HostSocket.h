@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "handset/HandleTable.h"
-#include "handset/UniqueFd.h"
+#include "handset/net/UniqueFd.h"
 #include "platform/Winsock.h"
 
 namespace handset {

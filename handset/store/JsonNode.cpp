@@ -1,4 +1,4 @@
-#include "handset/JsonNode.h"
+#include "handset/store/JsonNode.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "handset/Errors.h"
-#include "handset/NearMatch.h"
 #include "handset/Text.h"
+#include "handset/store/NearMatch.h"
 
 namespace handset {
 

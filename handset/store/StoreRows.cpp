@@ -1,8 +1,8 @@
-#include "handset/StoreRows.h"
+#include "handset/store/StoreRows.h"
 
 #include <map>
 
-#include "handset/RegistryDescription.h"
+#include "handset/store/RegistryDescription.h"
 
 namespace handset {
 

@@ -10,10 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "handset/Clock.h"
 #include "handset/Faults.h"
-#include "handset/MessageBoxes.h"
 #include "handset/Text.h"
+#include "handset/system/Clock.h"
+#include "handset/system/MessageBoxes.h"
 
 namespace handset {
 

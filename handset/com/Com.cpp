@@ -1,7 +1,7 @@
 #include "platform/Com.h"
 
 #include "handset/Enter.h"
-#include "handset/PocketOutlook.h"
+#include "handset/pim/PocketOutlook.h"
 
 using handset::Call;
 using handset::ComThread;

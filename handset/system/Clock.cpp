@@ -1,4 +1,4 @@
-#include "handset/Clock.h"
+#include "handset/system/Clock.h"
 
 #include <ctime>
 #include <thread>

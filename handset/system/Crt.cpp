@@ -6,7 +6,7 @@
 #include <string>
 
 #include "handset/Enter.h"
-#include "handset/UniqueFd.h"
+#include "handset/net/UniqueFd.h"
 
 using handset::Call;
 using handset::Enter;

@@ -1,6 +1,6 @@
 #include "platform/Mapi.h"
 
-#include "handset/ComObject.h"
+#include "handset/com/ComObject.h"
 
 namespace handset {
 
