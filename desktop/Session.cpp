@@ -157,15 +157,20 @@ uint32_t Session::ResultOf(uint16_t module, uint16_t command, const Reply& reply
   return Read32(reply.frame.data, 0);
 }
 
-Bytes Session::Answer(uint16_t module, uint16_t command, ByteView data) {
+Result Session::AskResult(uint16_t module, uint16_t command, ByteView data) {
   Reply reply = Ask(module, command, data);
-  const uint32_t result = ResultOf(module, command, reply);
-  if (result == wire::kRefusedResult)
-    Fail(Exit::kRefused, fmt::format("module {} command {} was refused", module, command));
-  if (result != 0)
-    Fail(Exit::kPhoneError, fmt::format("module {} command {}: {}", module, command, PhoneErrorText(result)));
+  const uint32_t code = ResultOf(module, command, reply);
   reply.frame.data.erase(reply.frame.data.begin(), reply.frame.data.begin() + 4);
-  return std::move(reply.frame.data);
+  return {code, std::move(reply.frame.data)};
+}
+
+Bytes Session::Answer(uint16_t module, uint16_t command, ByteView data) {
+  Result result = AskResult(module, command, data);
+  if (result.code == wire::kRefusedResult)
+    Fail(Exit::kRefused, fmt::format("module {} command {} was refused", module, command));
+  if (result.code != 0)
+    Fail(Exit::kPhoneError, fmt::format("module {} command {}: {}", module, command, PhoneErrorText(result.code)));
+  return std::move(result.data);
 }
 
 void Session::Handshake() {

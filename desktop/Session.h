@@ -23,6 +23,12 @@ struct Reply {
   Frame frame;
 };
 
+// An answer that has a result: 0, a code of the phone, or FFFFFFFF.
+struct Result {
+  uint32_t code = 0;
+  Bytes data;  // behind the result; some answers carry data together with a code
+};
+
 class Session {
  public:
   struct Options {
@@ -41,6 +47,8 @@ class Session {
   void Handshake();
   // Any well-formed reply to this very request.
   Reply Ask(uint16_t module, uint16_t command, ByteView data = {});
+  // An answer with a result, whatever that is. A refused or default reply, or one too short for a result, is a failure.
+  Result AskResult(uint16_t module, uint16_t command, ByteView data = {});
   // The data behind a result of 0. Anything else is a failure.
   Bytes Answer(uint16_t module, uint16_t command, ByteView data = {});
   // Never throws; gives up at once on a further interrupt. Called by the destructor when nobody did.

@@ -75,6 +75,24 @@ std::string CleanUtf8(std::string_view wire) {
   return out;
 }
 
+std::optional<std::string> ToWireText(std::string_view utf8) {
+  std::string out;
+  out.reserve(utf8.size());
+  while (!utf8.empty()) {
+    const Decoded one = DecodeOne(utf8);
+    const bool broken = one.character == kReplacement && one.size == 1;
+    if (broken || one.character == 0 || IsHigh(one.character) || IsLow(one.character)) return std::nullopt;
+    utf8.remove_prefix(one.size);
+    if (one.character >= 0x10000) {
+      Append(out, 0xD800 + ((one.character - 0x10000) >> 10));
+      Append(out, 0xDC00 + (one.character & 0x3FF));
+    } else {
+      Append(out, one.character);
+    }
+  }
+  return out;
+}
+
 std::string Latin1ToUtf8(std::string_view wire) {
   std::string out;
   for (const char c : wire) Append(out, static_cast<uint8_t>(c));

@@ -1,6 +1,7 @@
 // Texts from the phone, made safe to show and to store.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,10 @@ namespace brelix {
 // Proper UTF-8 from the phone's: a character outside the basic plane arrives as two three-byte surrogates and is
 // joined; a lone surrogate or a byte that belongs to no character becomes U+FFFD.
 std::string CleanUtf8(std::string_view wire);
+
+// The other way, for texts in requests: a phone reads a character outside the basic plane only as two surrogates.
+// Nothing when the text is not proper UTF-8 or holds a NUL, which would end it on the phone.
+std::optional<std::string> ToWireText(std::string_view utf8);
 
 // UTF-8 from a text of one byte per character.
 std::string Latin1ToUtf8(std::string_view wire);

@@ -74,6 +74,14 @@ TEST(Text, FromThePhoneBecomesProperUtf8) {
   EXPECT_EQ(Printable("a\033[31m\xC2\x9B\n\xC3\xA9"), "a\u241B[31m\uFFFD\u240A\xC3\xA9");
 }
 
+TEST(Text, GoesToThePhoneAsItReadsIt) {
+  EXPECT_EQ(ToWireText("caf\xC3\xA9 \xF0\x9F\x98\x80!"), "caf\xC3\xA9 \xED\xA0\xBD\xED\xB8\x80!");
+  EXPECT_EQ(ToWireText("\xEF\xBF\xBD"), "\xEF\xBF\xBD");
+  for (const std::string_view bad : {std::string_view("a\0b", 3), std::string_view("a\xFF"), std::string_view("\xC3"),
+                                     std::string_view("\xED\xA0\xBD\xED\xB8\x80")})
+    EXPECT_FALSE(ToWireText(bad)) << Hex(bad);
+}
+
 TEST(Timestamp, IsReadOnlyInItsOneForm) {
   const auto time = ParseTimestamp("20090712T134501Z");
   ASSERT_TRUE(time);
