@@ -54,43 +54,68 @@ Decoded DecodeOne(std::string_view text) {
   return {c, size};
 }
 
+// The first character, of two surrogates if need be; a surrogate alone as it is.
+char32_t TakeJoined(std::string_view& text) {
+  const Decoded one = DecodeOne(text);
+  text.remove_prefix(one.size);
+  if (!IsHigh(one.character) || text.empty()) return one.character;
+  const Decoded two = DecodeOne(text);
+  if (!IsLow(two.character)) return one.character;
+  text.remove_prefix(two.size);
+  return 0x10000 + ((one.character - 0xD800) << 10) + (two.character - 0xDC00);
+}
+
 }  // namespace
 
 std::string CleanUtf8(std::string_view wire) {
   std::string out;
   out.reserve(wire.size());
   while (!wire.empty()) {
-    Decoded one = DecodeOne(wire);
-    wire.remove_prefix(one.size);
-    if (IsHigh(one.character) && !wire.empty()) {
-      const Decoded two = DecodeOne(wire);
-      if (IsLow(two.character)) {
-        one.character = 0x10000 + ((one.character - 0xD800) << 10) + (two.character - 0xDC00);
-        wire.remove_prefix(two.size);
-      }
-    }
-    const bool lone = IsHigh(one.character) || IsLow(one.character);
-    Append(out, lone ? kReplacement : one.character);
+    const char32_t c = TakeJoined(wire);
+    Append(out, IsHigh(c) || IsLow(c) ? kReplacement : c);
   }
   return out;
 }
 
-std::optional<std::string> ToWireText(std::string_view utf8) {
+std::string JoinSurrogates(std::string_view wire) {
+  std::string out;
+  out.reserve(wire.size());
+  while (!wire.empty()) Append(out, TakeJoined(wire));
+  return out;
+}
+
+std::string SplitSurrogates(std::string_view utf8) {
   std::string out;
   out.reserve(utf8.size());
   while (!utf8.empty()) {
     const Decoded one = DecodeOne(utf8);
-    const bool broken = one.character == kReplacement && one.size == 1;
-    if (broken || one.character == 0 || IsHigh(one.character) || IsLow(one.character)) return std::nullopt;
     utf8.remove_prefix(one.size);
-    if (one.character >= 0x10000) {
-      Append(out, 0xD800 + ((one.character - 0x10000) >> 10));
-      Append(out, 0xDC00 + (one.character & 0x3FF));
-    } else {
+    if (one.character < 0x10000) {
       Append(out, one.character);
+    } else {
+      Append(out, 0xD800 + ((one.character - 0x10000) >> 10));
+      Append(out, 0xDC00 + ((one.character - 0x10000) & 0x3FF));
     }
   }
   return out;
+}
+
+bool IsUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Decoded one = DecodeOne(text);
+    const bool stray = one.size == 1 && static_cast<uint8_t>(text[0]) >= 0x80;
+    if (stray || IsHigh(one.character) || IsLow(one.character)) return false;
+    text.remove_prefix(one.size);
+  }
+  return true;
+}
+
+size_t CharacterSize(std::string_view utf8) { return DecodeOne(utf8).size; }
+
+uint16_t FirstUnit(std::string_view utf8) {
+  if (utf8.empty()) return 0;
+  const char32_t c = DecodeOne(utf8).character;
+  return static_cast<uint16_t>(c < 0x10000 ? c : 0xD800 + ((c - 0x10000) >> 10));
 }
 
 std::string Latin1ToUtf8(std::string_view wire) {

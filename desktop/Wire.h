@@ -32,6 +32,20 @@ enum SystemCommand : uint16_t {
   kExit = 2303,
 };
 
+// Contacts and agenda share the first three.
+enum ItemCommand : uint16_t { kOpenItems = 1, kCloseItems = 3, kItemCount = 5 };
+
+enum ContactCommand : uint16_t {
+  kGetContact = 9,
+  kDeleteContact = 11,
+  kSetContact = 13,
+  kAppendPicture = 15,
+  kSetPicture = 17,
+};
+
+inline constexpr size_t kMaxText = 255;          // bytes of one text or tag in a document for the phone
+inline constexpr size_t kMaxPicture = 1u << 19;  // bytes an agent collects before they are set
+
 // How long a link must be silent before an answer whose end is not certain is taken as complete.
 inline constexpr std::chrono::milliseconds kQuiet{300};
 
