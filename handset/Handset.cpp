@@ -61,10 +61,9 @@ void CheckTarget(const fs::path& folder) {
 }  // namespace
 
 Phone::Phone(const fs::path& folder)
-    : filesRoot(folder / kFiles), store(folder / kDatabase), files(filesRoot), clock(store.GetDescription().clock) {
-  const Description description = store.GetDescription();
-  for (const BoxAnswer& answer : description.messageBoxes) boxes.AddAnswer(answer);
-  for (const FaultRule& rule : description.faults) faults.Add(rule);
+    : filesRoot(folder / kFiles), store(folder / kDatabase), files(filesRoot), clock(store.GetClock()) {
+  for (const BoxAnswer& answer : store.GetMessageBoxes()) boxes.AddAnswer(answer);
+  for (const FaultRule& rule : store.GetFaults()) faults.Add(rule);
 }
 
 void Handset::Init(const fs::path& folder, const nlohmann::json& json) {

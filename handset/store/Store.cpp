@@ -56,7 +56,7 @@ void Check(const std::filesystem::path& file) {
   }
   if (version < kVersion) Refuse(file, fmt::format("unknown version {}", version), kRestore);
   if (const std::string result = pragma("quick_check(1)"); result != "ok") Refuse(file, "damaged: " + result, kRestore);
-  for (const FaultRule& rule : SelectDescription(database).faults) Faults::Check(rule);
+  for (const FaultRule& rule : SelectFaults(database)) Faults::Check(rule);
 }
 
 // Runs work on the database and turns its errors into the store's.
@@ -101,6 +101,17 @@ Description Store::GetDescription() const {
   const std::lock_guard lock(m_mutex);
   return OnDatabase(m_file, [&] { return SelectDescription(*m_database); });
 }
+
+void Store::Rethrow(const std::exception& error) const {
+  if (const auto* known = dynamic_cast<const StoreError*>(&error)) throw *known;
+  Refuse(m_file, fmt::format("cannot be used: {}", error.what()), kRestore);
+}
+
+ClockSetting Store::GetClock() const { return Use(SelectClock); }
+
+std::vector<BoxAnswer> Store::GetMessageBoxes() const { return Use(SelectMessageBoxes); }
+
+std::vector<FaultRule> Store::GetFaults() const { return Use(SelectFaults); }
 
 std::vector<Line> Store::GetLines() const {
   const std::lock_guard lock(m_mutex);

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "handset/store/Description.h"
@@ -28,6 +30,10 @@ class Store {
   ~Store();
 
   Description GetDescription() const;
+  // What a phone needs of its description when it is opened.
+  ClockSetting GetClock() const;
+  std::vector<BoxAnswer> GetMessageBoxes() const;
+  std::vector<FaultRule> GetFaults() const;
 
   std::vector<Line> GetLines() const;
   // The line with this number, counted from 0.
@@ -45,7 +51,21 @@ class Store {
   // How many items a Pocket Outlook folder has.
   std::int32_t CountItems(std::int32_t folder) const;
 
+  // Runs work(SQLite::Database&), alone, for the sources that have tables of their own (CallRows.h and the like).
+  template <typename Work>
+  auto Use(Work&& work) const -> std::invoke_result_t<Work, SQLite::Database&> {
+    const std::lock_guard lock(m_mutex);
+    try {
+      return work(*m_database);
+    } catch (const std::exception& error) {
+      Rethrow(error);
+    }
+  }
+
  private:
+  // As a StoreError that names the file.
+  [[noreturn]] void Rethrow(const std::exception& error) const;
+
   std::filesystem::path m_file;
   mutable std::mutex m_mutex;
   std::unique_ptr<SQLite::Database> m_database;

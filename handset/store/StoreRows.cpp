@@ -3,79 +3,19 @@
 #include <map>
 
 #include "handset/store/RegistryDescription.h"
+#include "handset/store/RowValues.h"
 
 namespace handset {
 
 namespace {
 
-using SQLite::Column;
 using SQLite::Database;
 using SQLite::Statement;
-
-// Text and numbers as the columns have them.
-void Bind(Statement& statement, int at, const std::u16string& text) { statement.bind(at, ToWtf8(text)); }
-void Bind(Statement& statement, int at, std::u16string_view text) { statement.bind(at, ToWtf8(text)); }
-void Bind(Statement& statement, int at, const std::string& text) { statement.bind(at, text); }
-void Bind(Statement& statement, int at, std::int64_t number) { statement.bind(at, number); }
-void Bind(Statement& statement, int at, const Bytes& bytes) {
-  // A null pointer would bind null instead of no bytes.
-  statement.bind(at, bytes.empty() ? "" : static_cast<const void*>(bytes.data()), static_cast<int>(bytes.size()));
-}
-
-template <typename T>
-void Bind(Statement& statement, int at, const std::optional<T>& value) {
-  if (value) {
-    Bind(statement, at, *value);
-  } else {
-    statement.bind(at);
-  }
-}
-
-template <typename... Values>
-void Insert(Database& database, const char* sql, const Values&... values) {
-  Statement statement(database, sql);
-  int at = 0;
-  (Bind(statement, ++at, values), ...);
-  statement.exec();
-}
-
-std::u16string Text(const Column& column) { return FromWtf8(column.getString()); }
-
-std::optional<std::u16string> OptionalText(const Column& column) {
-  if (column.isNull()) return std::nullopt;
-  return Text(column);
-}
-
-template <typename T>
-T Number(const Column& column) {
-  return static_cast<T>(column.getInt64());
-}
-
-bool Flag(const Column& column) { return column.getInt() != 0; }
-
-Bytes Blob(const Column& column) {
-  const auto* bytes = static_cast<const std::uint8_t*>(column.getBlob());
-  return {bytes, bytes + column.getBytes()};
-}
 
 Statement Device(const Database& database, const char* sql) {
   Statement statement(database, sql);
   if (!statement.executeStep()) throw SQLite::Exception("the device row is missing");
   return statement;
-}
-
-std::optional<std::int64_t> OptionalInteger(const Column& column) {
-  if (column.isNull()) return std::nullopt;
-  return column.getInt64();
-}
-
-ClockSetting SelectClock(const Database& database) {
-  Statement row = Device(database, "SELECT clock_local_time, clock_utc_offset FROM device");
-  ClockSetting clock;
-  if (const auto time = OptionalInteger(row.getColumn(0)))
-    clock.localTime = LocalTime(std::chrono::milliseconds(*time));
-  if (const auto offset = OptionalInteger(row.getColumn(1))) clock.utcOffset = std::chrono::minutes(*offset);
-  return clock;
 }
 
 void InsertDevice(Database& database, const Description& d) {
@@ -169,29 +109,14 @@ void InsertDescription(Database& database, const Description& description) {
 }
 
 Description SelectDescription(const Database& database) {
-  Description description{.lines = SelectLines(database),
-                          .os = SelectOs(database),
-                          .memory = SelectMemory(database),
-                          .power = SelectPower(database),
-                          .clock = SelectClock(database),
-                          .registry = SelectRegistry(database),
-                          .messageBoxes = {},
-                          .faults = {}};
-  Statement boxes(database, "SELECT caption, contains, answer FROM message_box_answer ORDER BY position");
-  while (boxes.executeStep()) {
-    description.messageBoxes.push_back(
-        {OptionalText(boxes.getColumn(0)), OptionalText(boxes.getColumn(1)), boxes.getColumn(2).getInt()});
-  }
-  Statement faults(database, "SELECT call, result, skip, times FROM fault ORDER BY position");
-  while (faults.executeStep()) {
-    FaultRule rule{faults.getColumn(0).getString(),
-                   {},
-                   Number<std::uint32_t>(faults.getColumn(2)),
-                   Number<std::uint32_t>(faults.getColumn(3))};
-    if (const auto result = OptionalInteger(faults.getColumn(1))) rule.result = static_cast<std::uint32_t>(*result);
-    description.faults.push_back(std::move(rule));
-  }
-  return description;
+  return {.lines = SelectLines(database),
+          .os = SelectOs(database),
+          .memory = SelectMemory(database),
+          .power = SelectPower(database),
+          .clock = SelectClock(database),
+          .registry = SelectRegistry(database),
+          .messageBoxes = SelectMessageBoxes(database),
+          .faults = SelectFaults(database)};
 }
 
 std::vector<Line> SelectLines(const Database& database) {
@@ -226,6 +151,38 @@ Power SelectPower(const Database& database) {
       database, "SELECT power_ac_line, power_battery_flag, power_battery_percent, power_query_fails FROM device");
   return {Number<N>(row.getColumn(0)), Number<N>(row.getColumn(1)), Number<N>(row.getColumn(2)),
           Flag(row.getColumn(3))};
+}
+
+ClockSetting SelectClock(const Database& database) {
+  Statement row = Device(database, "SELECT clock_local_time, clock_utc_offset FROM device");
+  ClockSetting clock;
+  if (const auto time = OptionalInteger(row.getColumn(0)))
+    clock.localTime = LocalTime(std::chrono::milliseconds(*time));
+  if (const auto offset = OptionalInteger(row.getColumn(1))) clock.utcOffset = std::chrono::minutes(*offset);
+  return clock;
+}
+
+std::vector<BoxAnswer> SelectMessageBoxes(const Database& database) {
+  Statement rows(database, "SELECT caption, contains, answer FROM message_box_answer ORDER BY position");
+  std::vector<BoxAnswer> boxes;
+  while (rows.executeStep()) {
+    boxes.push_back({OptionalText(rows.getColumn(0)), OptionalText(rows.getColumn(1)), rows.getColumn(2).getInt()});
+  }
+  return boxes;
+}
+
+std::vector<FaultRule> SelectFaults(const Database& database) {
+  Statement rows(database, "SELECT call, result, skip, times FROM fault ORDER BY position");
+  std::vector<FaultRule> faults;
+  while (rows.executeStep()) {
+    FaultRule rule{rows.getColumn(0).getString(),
+                   {},
+                   Number<std::uint32_t>(rows.getColumn(2)),
+                   Number<std::uint32_t>(rows.getColumn(3))};
+    if (const auto result = OptionalInteger(rows.getColumn(1))) rule.result = static_cast<std::uint32_t>(*result);
+    faults.push_back(std::move(rule));
+  }
+  return faults;
 }
 
 std::optional<std::int64_t> SelectKey(const Database& database, std::int64_t parent, std::u16string_view name) {

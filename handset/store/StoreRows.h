@@ -14,6 +14,9 @@ std::vector<Line> SelectLines(const SQLite::Database& database);
 Os SelectOs(const SQLite::Database& database);
 Memory SelectMemory(const SQLite::Database& database);
 Power SelectPower(const SQLite::Database& database);
+ClockSetting SelectClock(const SQLite::Database& database);
+std::vector<BoxAnswer> SelectMessageBoxes(const SQLite::Database& database);
+std::vector<FaultRule> SelectFaults(const SQLite::Database& database);
 
 std::optional<std::int64_t> SelectKey(const SQLite::Database& database, std::int64_t parent, std::u16string_view name);
 std::optional<RegistryValue> SelectValue(const SQLite::Database& database, std::int64_t key, std::u16string_view name);
