@@ -8,7 +8,7 @@
 
 namespace handset {
 
-enum class Call : std::uint8_t {
+enum class Call : std::uint16_t {
 #define CE_CALL(library, name, failure, code) name,
 #define CE_METHOD(interface, name, failure, code) interface##_##name,
 #include "platform/Calls.def"

@@ -9,6 +9,10 @@ namespace ce {
 inline constexpr DWORD COINIT_MULTITHREADED = 0;
 inline constexpr DWORD CLSCTX_INPROC_SERVER = 1;
 
+inline constexpr DWORD STREAM_SEEK_SET = 0;
+inline constexpr DWORD STREAM_SEEK_CUR = 1;
+inline constexpr DWORD STREAM_SEEK_END = 2;
+
 struct IUnknown {
   virtual HRESULT QueryInterface(const IID& iid, void** object) = 0;
   virtual ULONG AddRef() = 0;

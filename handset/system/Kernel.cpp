@@ -1,11 +1,10 @@
 #include "platform/Kernel.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "handset/Enter.h"
+#include "handset/system/Heap.h"
 
 using handset::Call;
 using handset::Enter;
@@ -22,27 +21,6 @@ std::shared_ptr<PhoneThread> FindThread(const Phone& phone, ce::HANDLE handle) {
   auto thread = phone.handles.Find<PhoneThread>(static_cast<std::uintptr_t>(handle));
   if (!thread) throw Failure{ce::ERROR_INVALID_HANDLE};
   return thread;
-}
-
-// In front of every block of the phone's heap, so that it finds its ledger from any thread, also after its phone is
-// gone.
-struct alignas(std::max_align_t) BlockHeader {
-  std::shared_ptr<handset::Ledger> ledger;
-};
-
-void* Allocate(const std::shared_ptr<handset::Ledger>& ledger, ce::DWORD bytes) {
-  void* memory = std::malloc(sizeof(BlockHeader) + bytes);
-  if (memory == nullptr) return nullptr;
-  void* block = static_cast<std::byte*>(memory) + sizeof(BlockHeader);
-  try {
-    if (ledger)
-      ledger->Hold(Held::kHeapBlock, reinterpret_cast<std::uintptr_t>(block), std::to_string(bytes) + " bytes");
-  } catch (...) {
-    std::free(memory);
-    throw;
-  }
-  new (memory) BlockHeader{ledger};
-  return block;
 }
 
 constexpr ce::DWORD LMEM_ZEROINIT = 0x40;
@@ -115,7 +93,7 @@ void GetLocalTime(SYSTEMTIME* time) {
 
 void* LocalAlloc(DWORD flags, DWORD bytes) {
   const auto allocate = [&](const std::shared_ptr<handset::Ledger>& ledger) {
-    void* block = Allocate(ledger, bytes);
+    void* block = handset::AllocateBlock(ledger, Held::kHeapBlock, bytes);
     if (block != nullptr && (flags & LMEM_ZEROINIT) != 0) std::memset(block, 0, bytes);
     return block;
   };
@@ -126,12 +104,7 @@ void* LocalAlloc(DWORD flags, DWORD bytes) {
 }
 
 void* LocalFree(void* block) {
-  if (block == nullptr) return nullptr;
-  void* memory = static_cast<std::byte*>(block) - sizeof(BlockHeader);
-  auto* header = static_cast<BlockHeader*>(memory);
-  if (header->ledger) header->ledger->Drop(Held::kHeapBlock, reinterpret_cast<std::uintptr_t>(block));
-  header->~BlockHeader();
-  std::free(memory);
+  if (block != nullptr) handset::FreeBlock(block);
   return nullptr;
 }
 

@@ -4,8 +4,10 @@
 #include <map>
 #include <utility>
 
+#include "platform/Automation.h"
 #include "platform/CallLog.h"
 #include "platform/Crt.h"
+#include "platform/Heap.h"
 #include "platform/Kernel.h"
 #include "platform/Mapi.h"
 #include "platform/Registry.h"

@@ -8,6 +8,9 @@
 #include <mutex>
 #include <unistd.h>
 
+#include "platform/Appointment.h"
+#include "platform/Contact.h"
+#include "platform/Item.h"
 #include "platform/Mapi.h"
 #include "platform/PocketOutlook.h"
 #include "platform/RapiStream.h"
@@ -124,11 +127,18 @@ void** RowOf(const char* name) {
 }
 
 // The interfaces that the loader hands over; a derived one stands before its bases.
-#define KNOWN_INTERFACES(X) X(IPOutlookApp) X(IFolder) X(IPOutlookItemCollection) X(IMAPISession) X(IRAPIStream)
+#define KNOWN_INTERFACES(X)                                                                                       \
+  X(IPOutlookApp)                                                                                                 \
+  X(IFolder) X(IPOutlookItemCollection) X(IContact) X(IAppointment) X(IRecurrencePattern) X(IRecipients) X(IItem) \
+      X(IMAPISession) X(IRAPIStream) X(IStream)
 
+// Of an object with several interfaces, the one that this pointer points to.
 void** RowFor(ce::IUnknown* object) {
-#define TAKE_IF_IT_IS(interface) \
-  if (dynamic_cast<ce::interface*>(object) != nullptr) return RowOf<ce::interface>(#interface);
+#define TAKE_IF_IT_IS(interface)                                         \
+  if (auto* found = dynamic_cast<ce::interface*>(object);                \
+      found != nullptr && static_cast<ce::IUnknown*>(found) == object) { \
+    return RowOf<ce::interface>(#interface);                             \
+  }
   KNOWN_INTERFACES(TAKE_IF_IT_IS)
 #undef TAKE_IF_IT_IS
   return nullptr;
@@ -152,12 +162,14 @@ void* ToLibrary(ce::IUnknown* object) {
   if (object == nullptr) return nullptr;
   Registry& registry = TheRegistry();
   const std::lock_guard lock(registry.mutex);
+  void** row = RowFor(object);
+  if (row == nullptr) StopForFault("was to get an object of an interface that the loader does not know");
+  // An object that went with its last reference on another interface leaves a proxy behind. What stands at its address
+  // now may be something else.
+  const auto place = registry.live.find(object);
+  if (place != registry.live.end() && place->second->row != row) Retire(registry, *place->second);
   std::unique_ptr<Proxy>& proxy = registry.live[object];
-  if (proxy == nullptr) {
-    void** row = RowFor(object);
-    if (row == nullptr) StopForFault("was to get an object of an interface that the loader does not know");
-    proxy.reset(new Proxy{row, object});
-  }
+  if (proxy == nullptr) proxy.reset(new Proxy{row, object});
   return proxy.get();
 }
 
