@@ -15,6 +15,8 @@ constexpr ExitRow kExits[] = {
     {Exit::kLinkLost, "link lost", "the connection ended or the phone did not answer in time"},
     {Exit::kRefused, "refused", "the phone's agent refused the request or does not serve it"},
     {Exit::kPhoneError, "phone error", "the phone tried and reported an error code"},
+    {Exit::kWouldLoseData, "would lose data", "not done, since something would not arrive as given; nothing was sent"},
+    {Exit::kPartial, "partial", "done, but for the items named on standard error"},
     {Exit::kProtocol, "protocol", "what answers at that address does not keep to the protocol"},
     {Exit::kInterrupted, "interrupted", "stopped by the user; the session was closed first"},
 };

@@ -18,6 +18,8 @@ enum class Exit : int {
   kLinkLost = 6,
   kRefused = 7,
   kPhoneError = 8,
+  kWouldLoseData = 10,
+  kPartial = 11,
   kProtocol = 12,
   kInterrupted = 130,
 };

@@ -138,6 +138,10 @@ Reply Session::Exchange(uint16_t module, uint16_t command, ByteView data, millis
 }
 
 Reply Session::Ask(uint16_t module, uint16_t command, ByteView data) {
+  if (options_.read_only && !wire::OnlyReads(module, command))
+    Fail(Exit::kUsage, fmt::format("module {} command {} may change the phone and --read-only (BRELIX_READ_ONLY) is "
+                                   "given; nothing was sent",
+                                   module, command));
   const bool system = module == wire::kSystem;
   if (system && command == wire::kOpen) opened_ = true;  // from here on it may be open, whatever is answered
   if (system && command == wire::kExit) exited_ = link_->OneSession();

@@ -34,6 +34,7 @@ class Session {
   struct Options {
     std::chrono::milliseconds timeout{10000};  // for each answer
     Trace* trace = nullptr;
+    bool read_only = false;  // refuse, as a usage failure, to send what may change the phone
     std::function<void(const std::string&)> warn = [](const std::string&) {};
   };
 

@@ -27,16 +27,30 @@ enum SystemCommand : uint16_t {
   kSerialNumber = 7,
   kPermanentInfo = 15,
   kVolatileInfo = 17,
+  kOpenListing = 51,
+  kNextListing = 53,
+  kCloseListing = 55,
+  kOpenFile = 57,
+  kReadFile = 59,
+  kCloseFile = 61,
+  kFileInfo = 93,
+  kListKeys = 103,
+  kListValues = 105,
+  kReadValue = 107,
   kHandshake = 247,
   kSubscriberNumber = 257,
   kExit = 2303,
 };
 
-// Contacts and agenda share the first three.
-enum ItemCommand : uint16_t { kOpenItems = 1, kCloseItems = 3, kItemCount = 5 };
+// Contacts and agenda share the first four.
+enum ItemCommand : uint16_t {
+  kOpenItems = 1,
+  kCloseItems = 3,
+  kItemCount = 5,
+  kGetItem = 9,
+};
 
 enum ContactCommand : uint16_t {
-  kGetContact = 9,
   kDeleteContact = 11,
   kSetContact = 13,
   kAppendPicture = 15,
@@ -45,6 +59,31 @@ enum ContactCommand : uint16_t {
 
 inline constexpr size_t kMaxText = 255;          // bytes of one text or tag in a document for the phone
 inline constexpr size_t kMaxPicture = 1u << 19;  // bytes an agent collects before they are set
+
+enum CallCommand : uint16_t {
+  kCountCalls = 1,
+  kFirstCall = 3,
+  kLastCall = 5,
+  kNextCall = 7,
+  kPreviousCall = 9,
+  kReadCall = 41,
+};
+
+enum MessagingCommand : uint16_t {
+  kSelectAccount = 1,
+  kClearAccount = 3,
+  kSelectFolder = 5,
+  kClearFolder = 7,
+  kListAccounts = 9,
+  kListFolders = 11,
+  kCountMessages = 13,
+  kNextMessage = 15,
+  kSendSms = 17,
+  kSmsStatus = 19,
+};
+
+// Whether the request leaves the phone's data as they are. A request that is not known here may do anything.
+bool OnlyReads(uint16_t module, uint16_t command);
 
 // How long a link must be silent before an answer whose end is not certain is taken as complete.
 inline constexpr std::chrono::milliseconds kQuiet{300};

@@ -1,42 +1,57 @@
-// The commands of `brelix`, one row each.
+// The commands of `brelix`. A group declares its commands on the parser; the command that the user chose leaves in
+// `chosen` what is to be done once a phone is there.
+//
+//     void DeclareThings(CLI::App& app, Action& chosen) {
+//       CLI::App* things = AddGroup(app, "things", "What the phone has of things");
+//       auto number = std::make_shared<uint32_t>();
+//       CLI::App* get = things->add_subcommand("get", "Show one thing");
+//       get->add_option("N", *number, "Its number")->required();
+//       get->callback([number, &chosen] {
+//         CheckThing(*number);  // what can be known before a phone is bothered; throws a usage failure
+//         chosen = [number](Context& context) { return ShowThing(context, *number); };
+//       });
+//     }
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
-#include <vector>
 
+#include "desktop/Client.h"
 #include "desktop/Session.h"
 #include "desktop/cli/Output.h"
 
 namespace brelix::cli {
 
-// What the command line says.
-struct Request {
+// What the command line says to every command.
+struct Options {
   std::string device;
   bool json = false;
+  bool read_only = false;
   double timeout_seconds = 10;
   std::string trace_path;
-
-  // raw only
-  std::string module, command;
-  std::vector<std::string> hex;
-  bool no_handshake = false;
-  bool no_open = false;
 };
 
-struct Command {
-  const char* name;
-  const char* help;
-  // Options and arguments of its own.
-  void (*declare)(CLI::App& app, Request& request);
-  // Anything wrong with the request that can be known before a phone is bothered; throws a usage failure.
-  void (*check)(const Request& request);
-  // The session is connected, nothing more.
-  Exit (*run)(const Request& request, Session& session, Report& report);
+// What a command works with. The session is connected, nothing more: most begin with phone.Start().
+struct Context {
+  const Options& options;
+  Session& session;
+  Client phone{session};
+  Report report{};  // printed when the session is closed, where anything was added
 };
 
-std::span<const Command> Commands();
+using Action = std::function<Exit(Context&)>;
+
+struct Group {
+  const char* name;  // of the command or the group of commands
+  void (*declare)(CLI::App& app, Action& chosen);
+};
+
+// In the order in which the help lists them.
+std::span<const Group> Groups();
+
+// A command that has commands.
+CLI::App* AddGroup(CLI::App& app, const std::string& name, const std::string& help);
 
 }  // namespace brelix::cli

@@ -3,6 +3,7 @@
 #include <clocale>
 #include <exception>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "desktop/cli/Commands.h"
 #include "desktop/cli/Interrupt.h"
@@ -33,31 +34,29 @@ std::string ExitCodesText() {
 }
 
 struct CommandLine {
-  CLI::App app{"Reads a phone's data over its agent's protocol.", "brelix"};
-  Request request;
-  std::string topic;
+  CLI::App app{"Reads and writes a phone's data over its agent's protocol.", "brelix"};
+  Options options;
+  Action chosen;
+  std::vector<std::string> topic;
   CLI::App* help = nullptr;
 
   CommandLine() {
     app.fallthrough();
     app.require_subcommand(1);
     app.set_version_flag("--version", "brelix " BRELIX_VERSION);
-    app.add_option("-d,--device", request.device, "Where the phone is")->envname("BRELIX_DEVICE");
-    app.add_flag("--json", request.json, "One JSON object instead of a table");
-    app.add_option("--timeout", request.timeout_seconds, "Seconds to wait for each answer")
+    app.add_option("-d,--device", options.device, "Where the phone is")->envname("BRELIX_DEVICE");
+    app.add_flag("--json", options.json, "JSON instead of a table; lists as one object a line");
+    app.add_option("--timeout", options.timeout_seconds, "Seconds to wait for each answer")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
-    app.add_option("--trace", request.trace_path, "Write every frame, both ways, to this file");
-    for (const Command& command : Commands()) {
-      CLI::App* sub = app.add_subcommand(command.name, command.help);
-      command.declare(*sub, request);
-    }
+    app.add_option("--trace", options.trace_path, "Write every frame, both ways, to this file");
+    app.add_flag("--read-only", options.read_only, "Send nothing that changes the phone")->envname("BRELIX_READ_ONLY");
+    for (const Group& group : Groups()) group.declare(app, chosen);
     app.footer(kFooter);  // after the commands, which would inherit it
     help = app.add_subcommand("help", "Explain a command, or exit-codes");
     help->add_option("TOPIC", topic, "A command, or exit-codes");
+    help->allow_extras(false);
   }
-
-  std::string HelpOn(const std::string& command) { return app.get_subcommand(command)->help("brelix"); }
 
   // What is wrong with it, for somebody who typed it.
   std::string Complaint(const CLI::ParseError& error) {
@@ -69,29 +68,40 @@ struct CommandLine {
 };
 
 void ShowHelp(CommandLine& line) {
-  if (line.topic == "exit-codes") return WriteToStdout(ExitCodesText());
+  if (line.topic == std::vector<std::string>{"exit-codes"}) return WriteToStdout(ExitCodesText());
   if (line.topic.empty()) return WriteToStdout(line.app.help());
-  for (const Command& command : Commands())
-    if (line.topic == command.name) return WriteToStdout(line.HelpOn(command.name));
-  throw Failure(Exit::kUsage, fmt::format("help: there is no topic \"{}\"; see brelix --help", line.topic));
+  const CLI::App* command = &line.app;
+  std::string path;
+  try {
+    for (const std::string& word : line.topic) {
+      path += (path.empty() ? "" : " ") + command->get_name();
+      command = command->get_subcommand(word);
+    }
+  } catch (const CLI::OptionNotFound&) {
+    throw Failure(Exit::kUsage,
+                  fmt::format("help: there is no topic \"{}\"; see brelix --help", fmt::join(line.topic, " ")));
+  }
+  WriteToStdout(command->help(path));
 }
 
-Exit RunOnPhone(const Command& command, const Request& request, int cancel) {
-  if (request.device.empty())
+Exit RunOnPhone(const Action& action, const Options& options, int cancel) {
+  if (options.device.empty())
     throw Failure(Exit::kUsage, "which phone? Give -d ADDRESS or set BRELIX_DEVICE; see brelix --help");
-  command.check(request);
   std::optional<Trace> trace;
-  if (!request.trace_path.empty()) trace.emplace(request.trace_path);
+  if (!options.trace_path.empty()) trace.emplace(options.trace_path);
 
-  const auto timeout = std::chrono::milliseconds(static_cast<int64_t>(request.timeout_seconds * 1000));
+  const auto timeout = std::chrono::milliseconds(static_cast<int64_t>(options.timeout_seconds * 1000));
   Report report;
   Exit outcome;
   {
-    Session session(Connect(request.device, Clock::now() + timeout, cancel),
-                    {.timeout = timeout, .trace = trace ? &*trace : nullptr, .warn = Complain});
-    outcome = command.run(request, session, report);
+    Session session(
+        Connect(options.device, Clock::now() + timeout, cancel),
+        {.timeout = timeout, .trace = trace ? &*trace : nullptr, .read_only = options.read_only, .warn = Complain});
+    Context context{options, session};
+    outcome = action(context);
+    report = std::move(context.report);
   }
-  WriteToStdout(request.json ? report.ForPrograms() : report.ForPeople());
+  if (!report.Empty()) WriteToStdout(options.json ? report.ForPrograms() : report.ForPeople());
   if (trace) trace->Finish();
   return outcome;
 }
@@ -101,8 +111,7 @@ Exit Run(int argc, char** argv, int cancel) {
   try {
     line.app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
-    const auto chosen = line.app.get_subcommands();
-    WriteToStdout(chosen.empty() ? line.app.help() : line.HelpOn(chosen.front()->get_name()));
+    WriteToStdout(line.app.help());  // of the command that was chosen, where one was
     return Exit::kOk;
   } catch (const CLI::CallForVersion& version) {
     WriteToStdout(std::string(version.what()) + "\n");
@@ -114,9 +123,8 @@ Exit Run(int argc, char** argv, int cancel) {
     ShowHelp(line);
     return Exit::kOk;
   }
-  for (const Command& command : Commands())
-    if (line.app.got_subcommand(command.name)) return RunOnPhone(command, line.request, cancel);
-  throw Failure(Exit::kUnexpected, "a command without a row");
+  if (!line.chosen) throw Failure(Exit::kUnexpected, "a command that leaves nothing to do");
+  return RunOnPhone(line.chosen, line.options, cancel);
 }
 
 }  // namespace

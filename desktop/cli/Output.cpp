@@ -11,6 +11,7 @@
 
 #include "desktop/Failure.h"
 #include "desktop/Text.h"
+#include "desktop/cli/Progress.h"
 
 namespace brelix::cli {
 namespace {
@@ -29,6 +30,42 @@ bool WriteAll(int fd, std::string_view text) {
   return true;
 }
 
+class Table {
+ public:
+  explicit Table(bool fit_terminal) : table_(scols_new_table(), scols_unref_table) {
+    if (!table_) throw std::bad_alloc();
+    if (!fit_terminal) scols_table_set_termforce(table_.get(), SCOLS_TERMFORCE_NEVER);
+    scols_table_enable_colors(table_.get(), Coloured(STDOUT_FILENO));
+  }
+
+  libscols_table* Get() const { return table_.get(); }
+
+  libscols_column* NewColumn(const char* title, int flags) const {
+    libscols_column* column = scols_table_new_column(table_.get(), title, 0, flags);
+    if (column == nullptr) throw std::bad_alloc();
+    return column;
+  }
+
+  void NewLine(const std::vector<std::string>& cells) const {
+    libscols_line* line = scols_table_new_line(table_.get(), nullptr);
+    if (line == nullptr) throw std::bad_alloc();
+    for (size_t i = 0; i < cells.size(); i++)
+      if (scols_line_set_data(line, i, cells[i].c_str()) != 0) throw std::bad_alloc();
+  }
+
+  std::string Text() const {
+    char* printed = nullptr;
+    if (scols_print_table_to_string(table_.get(), &printed) != 0) throw std::bad_alloc();
+    const std::unique_ptr<char, decltype(&std::free)> owned(printed, std::free);
+    std::string text = printed == nullptr ? "" : printed;
+    if (!text.empty() && text.back() != '\n') text += '\n';
+    return text;
+  }
+
+ private:
+  const std::unique_ptr<libscols_table, decltype(&scols_unref_table)> table_;
+};
+
 }  // namespace
 
 void Report::Add(std::string_view label, const std::optional<std::string>& text, std::string_view key, Json value) {
@@ -41,29 +78,36 @@ void Report::Add(std::string_view label, std::string_view key, const std::option
 }
 
 std::string Report::ForPeople() const {
-  const std::unique_ptr<libscols_table, decltype(&scols_unref_table)> table(scols_new_table(), scols_unref_table);
-  if (!table) throw std::bad_alloc();
-  scols_table_enable_noheadings(table.get(), 1);
-  scols_table_set_termforce(table.get(), SCOLS_TERMFORCE_NEVER);
-  scols_table_enable_colors(table.get(), Coloured(STDOUT_FILENO));
-  libscols_column* labels = scols_table_new_column(table.get(), "label", 0, 0);
-  scols_column_set_color(labels, "bold");
-  scols_table_new_column(table.get(), "text", 0, 0);
-  for (const Row& row : rows_) {
-    libscols_line* line = scols_table_new_line(table.get(), nullptr);
-    if (line == nullptr || scols_line_set_data(line, 0, row.label.c_str()) != 0 ||
-        scols_line_set_data(line, 1, row.text.c_str()) != 0)
-      throw std::bad_alloc();
-  }
-  char* printed = nullptr;
-  if (scols_print_table_to_string(table.get(), &printed) != 0) throw std::bad_alloc();
-  const std::unique_ptr<char, decltype(&std::free)> owned(printed, std::free);
-  std::string text = printed == nullptr ? "" : printed;
-  if (!text.empty() && text.back() != '\n') text += '\n';
-  return text + below_;
+  if (rows_.empty()) return below_;
+  const Table table(false);
+  scols_table_enable_noheadings(table.Get(), 1);
+  scols_column_set_color(table.NewColumn("label", 0), "bold");
+  table.NewColumn("text", 0);
+  for (const Row& row : rows_) table.NewLine({row.label, row.text});
+  return table.Text() + below_;
 }
 
 std::string Report::ForPrograms() const { return json_.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
+
+void List::Add(const Json& object, std::vector<std::string> cells) {
+  if (json_) return WriteToStdout(JsonLine(object));
+  for (std::string& cell : cells) cell = Printable(cell);
+  rows_.push_back(std::move(cells));
+}
+
+void List::Finish() {
+  if (json_ || rows_.empty()) return;
+  const Table table(isatty(STDOUT_FILENO) != 0);
+  for (const Column& column : columns_) {
+    const int flags = (column.to_the_right ? SCOLS_FL_RIGHT : 0) | (column.may_shrink ? SCOLS_FL_TRUNC : 0);
+    scols_cell_set_color(scols_column_get_header(table.NewColumn(column.title.c_str(), flags)), "bold");
+  }
+  for (const auto& row : rows_) table.NewLine(row);
+  rows_.clear();
+  WriteToStdout(table.Text());
+}
+
+std::string JsonLine(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
 void WriteToStdout(std::string_view text) {
   if (!WriteAll(STDOUT_FILENO, text))
@@ -71,6 +115,7 @@ void WriteToStdout(std::string_view text) {
 }
 
 void Complain(std::string_view text) {
+  const Progress::Hidden hidden;
   const bool coloured = Coloured(STDERR_FILENO);
   WriteAll(STDERR_FILENO,
            fmt::format("{}brelix:{} {}\n", coloured ? "\033[1m" : "", coloured ? "\033[0m" : "", Printable(text)));
