@@ -6,9 +6,10 @@
 #include <nlohmann/json.hpp>
 
 #include "handset/Errors.h"
-#include "handset/store/JsonNode.h"
+#include "handset/store/JsonFields.h"
 #include "handset/store/NearMatch.h"
 #include "handset/store/RegistryDescription.h"
+#include "handset/store/TimeText.h"
 
 namespace handset {
 
@@ -31,15 +32,6 @@ struct AnswerName {
   ce::INT answer;
 };
 constexpr std::array<AnswerName, 3> kAnswers = {{{"yes", ce::IDYES}, {"no", ce::IDNO}, {"ok", ce::IDOK}}};
-
-void ReadBool(const JsonNode& node, std::string_view member, bool& value) {
-  if (const auto found = node.Find(member)) value = found->Bool();
-}
-
-template <typename T>
-void ReadNumber(const JsonNode& node, std::string_view member, T& value) {
-  if (const auto found = node.Find(member)) value = found->Number<T>();
-}
 
 Line ParseLine(const JsonNode& node) {
   node.NeedObject({"name", "manufacturer", "model", "revision", "serialNumber", "subscriberNumber", "radioOff",
@@ -99,44 +91,6 @@ Power ParsePower(const JsonNode& node) {
   ReadNumber(node, "batteryPercent", power.batteryPercent);
   ReadBool(node, "queryFails", power.queryFails);
   return power;
-}
-
-// The number in the digits at a place, or nothing when they are no digits.
-std::optional<unsigned> Digits(std::string_view text, std::size_t at, std::size_t count) {
-  unsigned number = 0;
-  for (const char c : text.substr(at, count)) {
-    if (c < '0' || c > '9') return std::nullopt;
-    number = number * 10 + static_cast<unsigned>(c - '0');
-  }
-  return number;
-}
-
-// "2009-07-12T13:45:01" with or without ".250".
-std::optional<LocalTime> ParseTime(std::string_view text) {
-  using namespace std::chrono;
-  constexpr std::string_view kMarks = "____-__-__T__:__:__.___";
-  if (text.size() != 19 && text.size() != kMarks.size()) return std::nullopt;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (kMarks[i] != '_' && kMarks[i] != text[i]) return std::nullopt;
-  }
-  const auto y = Digits(text, 0, 4), mo = Digits(text, 5, 2), d = Digits(text, 8, 2);
-  const auto h = Digits(text, 11, 2), mi = Digits(text, 14, 2), s = Digits(text, 17, 2);
-  const auto ms = text.size() > 19 ? Digits(text, 20, 3) : 0;
-  if (!y || !mo || !d || !h || !mi || !s || !ms || *h > 23 || *mi > 59 || *s > 59) return std::nullopt;
-  const year_month_day date{year(static_cast<int>(*y)), month(*mo), day(*d)};
-  // The earliest year of the phone's time records.
-  if (!date.ok() || *y < 1601) return std::nullopt;
-  return local_days(date) + hours(*h) + minutes(*mi) + seconds(*s) + milliseconds(*ms);
-}
-
-std::string PrintTime(LocalTime time) {
-  using namespace std::chrono;
-  const auto day = floor<days>(time);
-  const year_month_day date(day);
-  const hh_mm_ss clock(time - day);
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}", static_cast<int>(date.year()),
-                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), clock.hours().count(),
-                     clock.minutes().count(), clock.seconds().count(), clock.subseconds().count());
 }
 
 ClockSetting ParseClock(const JsonNode& node) {
@@ -208,21 +162,6 @@ json PrintFault(const FaultRule& rule) {
   if (rule.result) out["result"] = fmt::format("0x{:08X}", *rule.result);
   out["times"] = rule.times == FaultRule::kAlways ? json("always") : json(rule.times);
   return out;
-}
-
-template <typename Item, typename Parse>
-void ReadList(const JsonNode& node, std::string_view member, std::vector<Item>& items, Parse parse) {
-  const auto list = node.Find(member);
-  if (!list) return;
-  items.clear();
-  list->ForEach([&](const JsonNode& item) { items.push_back(parse(item)); });
-}
-
-template <typename Item, typename Print>
-json PrintList(const std::vector<Item>& items, Print print) {
-  json list = json::array();
-  for (const Item& item : items) list.push_back(print(item));
-  return list;
 }
 
 }  // namespace

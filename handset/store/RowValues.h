@@ -3,6 +3,7 @@
 #pragma once
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <concepts>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,14 +17,18 @@ namespace handset {
 inline void Bind(SQLite::Statement& statement, int at, const std::u16string& text) { statement.bind(at, ToWtf8(text)); }
 inline void Bind(SQLite::Statement& statement, int at, std::u16string_view text) { statement.bind(at, ToWtf8(text)); }
 inline void Bind(SQLite::Statement& statement, int at, const std::string& text) { statement.bind(at, text); }
-inline void Bind(SQLite::Statement& statement, int at, std::int64_t number) { statement.bind(at, number); }
+inline void Bind(SQLite::Statement& statement, int at, double number) { statement.bind(at, number); }
+template <std::integral T>
+void Bind(SQLite::Statement& statement, int at, T number) {
+  statement.bind(at, static_cast<std::int64_t>(number));
+}
 inline void Bind(SQLite::Statement& statement, int at, const Bytes& bytes) {
   // A null pointer would bind null instead of no bytes.
   statement.bind(at, bytes.empty() ? "" : static_cast<const void*>(bytes.data()), static_cast<int>(bytes.size()));
 }
 
 template <typename T>
-inline void Bind(SQLite::Statement& statement, int at, const std::optional<T>& value) {
+void Bind(SQLite::Statement& statement, int at, const std::optional<T>& value) {
   if (value) {
     Bind(statement, at, *value);
   } else {

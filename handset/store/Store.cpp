@@ -16,7 +16,8 @@ using SQLite::Database;
 
 // "phon" in the file's header, so that another program's database is told from a phone's.
 constexpr int kApplicationId = 0x70686F6E;
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
+constexpr int kOldestVersion = 1;
 constexpr int kBusyMilliseconds = 5000;
 
 [[noreturn]] void Refuse(const std::filesystem::path& file, std::string_view what, std::string_view advice) {
@@ -54,7 +55,7 @@ void Check(const std::filesystem::path& file) {
     Refuse(file, fmt::format("made by a newer program (version {}, this one knows {})", version, kVersion),
            "use the newer program");
   }
-  if (version < kVersion) Refuse(file, fmt::format("unknown version {}", version), kRestore);
+  if (version < kOldestVersion) Refuse(file, fmt::format("unknown version {}", version), kRestore);
   if (const std::string result = pragma("quick_check(1)"); result != "ok") Refuse(file, "damaged: " + result, kRestore);
   for (const FaultRule& rule : SelectFaults(database)) Faults::Check(rule);
 }
@@ -92,7 +93,20 @@ Store::Store(const std::filesystem::path& file) : m_file(file) {
     Check(file);
     m_database = std::make_unique<Database>(file.string(), SQLite::OPEN_READWRITE, kBusyMilliseconds);
     m_database->exec("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+    Migrate();
   });
+}
+
+// The schema makes the tables that are missing. What an older version's tables lack has its default.
+void Store::Migrate() {
+  const auto isOld = [this] { return m_database->execAndGet("PRAGMA user_version").getInt() < kVersion; };
+  if (!isOld()) return;
+  SQLite::Transaction transaction(*m_database, SQLite::TransactionBehavior::IMMEDIATE);
+  // Another program may have done it in the meantime.
+  if (!isOld()) return;
+  m_database->exec(kSchema);
+  m_database->exec(fmt::format("PRAGMA user_version = {}", kVersion));
+  transaction.commit();
 }
 
 Store::~Store() = default;

@@ -65,6 +65,7 @@ class Store {
  private:
   // As a StoreError that names the file.
   [[noreturn]] void Rethrow(const std::exception& error) const;
+  void Migrate();
 
   std::filesystem::path m_file;
   mutable std::mutex m_mutex;

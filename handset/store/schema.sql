@@ -1,5 +1,6 @@
--- One phone. Texts are UTF-8; a lone UTF-16 surrogate stands as the three bytes of its own number.
-CREATE TABLE device (
+-- One phone. Opening a phone of an older version runs this too, for the tables that it lacks.
+-- Texts are UTF-8; a lone UTF-16 surrogate stands as the three bytes of its own number.
+CREATE TABLE IF NOT EXISTS device (
   id INTEGER PRIMARY KEY CHECK (id = 1),
   os_query_fails INTEGER NOT NULL,
   os_major INTEGER NOT NULL,
@@ -18,7 +19,7 @@ CREATE TABLE device (
 ) STRICT;
 
 -- The number of a line is its place in the order of position.
-CREATE TABLE line (
+CREATE TABLE IF NOT EXISTS line (
   position INTEGER PRIMARY KEY,
   name TEXT NOT NULL,
   manufacturer TEXT,          -- null: the radio's record leaves it out
@@ -31,7 +32,7 @@ CREATE TABLE line (
 ) STRICT;
 
 -- Roots have parent 0. folded is the name without regard to case.
-CREATE TABLE registry_key (
+CREATE TABLE IF NOT EXISTS registry_key (
   id INTEGER PRIMARY KEY,
   parent INTEGER NOT NULL,
   name TEXT NOT NULL,
@@ -39,7 +40,7 @@ CREATE TABLE registry_key (
   UNIQUE (parent, folded)
 ) STRICT;
 
-CREATE TABLE registry_value (
+CREATE TABLE IF NOT EXISTS registry_value (
   id INTEGER PRIMARY KEY,
   key INTEGER NOT NULL REFERENCES registry_key (id),
   name TEXT NOT NULL,
@@ -50,19 +51,19 @@ CREATE TABLE registry_value (
 ) STRICT;
 
 -- Contacts and appointments by their Pocket Outlook folder.
-CREATE TABLE item (
+CREATE TABLE IF NOT EXISTS item (
   oid INTEGER PRIMARY KEY AUTOINCREMENT,
   folder INTEGER NOT NULL
 ) STRICT;
 
-CREATE TABLE message_box_answer (
+CREATE TABLE IF NOT EXISTS message_box_answer (
   position INTEGER PRIMARY KEY,
   caption TEXT,
   contains TEXT,
   answer INTEGER NOT NULL
 ) STRICT;
 
-CREATE TABLE fault (
+CREATE TABLE IF NOT EXISTS fault (
   position INTEGER PRIMARY KEY,
   call TEXT NOT NULL,
   result INTEGER,

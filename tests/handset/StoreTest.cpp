@@ -55,14 +55,60 @@ class Store : public testing::Test {
 };
 
 TEST_F(Store, refuses_a_database_it_must_not_use_and_leaves_it_alone) {
-  Execute(m_file, "PRAGMA user_version = 2");
+  Execute(m_file, "PRAGMA user_version = 3");
   ExpectRefused(m_phone, "newer program");
-  Execute(m_file, "PRAGMA user_version = 1; PRAGMA application_id = 5");
+  Execute(m_file, "PRAGMA user_version = 2; PRAGMA application_id = 5");
   ExpectRefused(m_phone, "not a phone's database");
   Execute(m_file, "PRAGMA application_id = 0x70686F6E; INSERT INTO fault VALUES (1, 'NoSuchCall', NULL, 0, 1)");
   ExpectRefused(m_phone, "NoSuchCall");
   Execute(m_file, "DROP TABLE fault");
   ExpectRefused(m_phone, "no such table");
+}
+
+// A phone of the first version as it stood on the disk, with a line and an item that somebody put there by hand.
+constexpr const char* kFirstVersion = R"sql(
+  PRAGMA journal_mode = WAL;
+  CREATE TABLE device (
+    id INTEGER PRIMARY KEY CHECK (id = 1), os_query_fails INTEGER NOT NULL, os_major INTEGER NOT NULL,
+    os_minor INTEGER NOT NULL, os_build INTEGER NOT NULL, os_platform INTEGER NOT NULL, memory_load INTEGER NOT NULL,
+    memory_total INTEGER NOT NULL, memory_available INTEGER NOT NULL, power_query_fails INTEGER NOT NULL,
+    power_ac_line INTEGER NOT NULL, power_battery_flag INTEGER NOT NULL, power_battery_percent INTEGER NOT NULL,
+    clock_local_time INTEGER, clock_utc_offset INTEGER) STRICT;
+  CREATE TABLE line (
+    position INTEGER PRIMARY KEY, name TEXT NOT NULL, manufacturer TEXT, model TEXT, revision TEXT, serial_number TEXT,
+    subscriber_number TEXT, radio_off INTEGER NOT NULL, operation_unavailable INTEGER NOT NULL) STRICT;
+  CREATE TABLE registry_key (
+    id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL, folded TEXT NOT NULL,
+    UNIQUE (parent, folded)) STRICT;
+  CREATE TABLE registry_value (
+    id INTEGER PRIMARY KEY, key INTEGER NOT NULL REFERENCES registry_key (id), name TEXT NOT NULL,
+    folded TEXT NOT NULL, type INTEGER NOT NULL, data BLOB NOT NULL, UNIQUE (key, folded)) STRICT;
+  CREATE TABLE item (oid INTEGER PRIMARY KEY AUTOINCREMENT, folder INTEGER NOT NULL) STRICT;
+  CREATE TABLE message_box_answer (
+    position INTEGER PRIMARY KEY, caption TEXT, contains TEXT, answer INTEGER NOT NULL) STRICT;
+  CREATE TABLE fault (
+    position INTEGER PRIMARY KEY, call TEXT NOT NULL, result INTEGER, skip INTEGER NOT NULL,
+    times INTEGER NOT NULL) STRICT;
+  INSERT INTO device VALUES (1, 0, 5, 2, 1620, 3, 41, 67108864, 39845888, 0, 0, 1, 77, NULL, 60);
+  INSERT INTO line VALUES (1, 'Cellular Line', 'Northgate', NULL, '', '', '+15550100', 0, 0);
+  INSERT INTO registry_key VALUES (1, 0, 'HKCR', 'hkcr'), (2, 0, 'HKCU', 'hkcu'), (3, 0, 'HKLM', 'hklm'),
+    (4, 0, 'HKU', 'hku'), (5, 3, 'Owner', 'owner');
+  INSERT INTO registry_value VALUES (1, 5, 'Age', 'age', 4, x'2A000000');
+  INSERT INTO item VALUES (3, 10), (4, 9);
+  PRAGMA application_id = 0x70686F6E;
+  PRAGMA user_version = 1;
+)sql";
+
+TEST_F(Store, a_phone_of_the_first_version_is_brought_up_to_date_with_all_it_has) {
+  for (const char* suffix : {"", "-wal", "-shm"}) fs::remove(m_file.string() + suffix);
+  Execute(m_file, kFirstVersion);
+  const nlohmann::json described = Handset::Open(m_phone)->Describe();
+  EXPECT_EQ(described["power"]["batteryPercent"], 77);
+  EXPECT_EQ(described["lines"][0]["model"], nullptr);
+  EXPECT_EQ(described["registry"][0]["values"][0]["data"], 42);
+  EXPECT_EQ(Handset::Open(m_phone)->Describe(), described) << "opened as the new version";
+  Execute(m_file, "PRAGMA user_version = 0");
+  ExpectRefused(m_phone, "unknown version 0");
 }
 
 TEST_F(Store, refuses_a_damaged_or_missing_file_and_leaves_it_alone) {

@@ -1,0 +1,17 @@
+// Local times as a description writes them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "handset/system/Clock.h"
+
+namespace handset {
+
+// "2009-07-12T13:45:01" with or without ".250"; nothing for anything else and for years before 1601, the earliest of
+// the phone's time records.
+std::optional<LocalTime> ParseTime(std::string_view text);
+std::string PrintTime(LocalTime time);
+
+}  // namespace handset
