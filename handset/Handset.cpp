@@ -67,6 +67,11 @@ Phone::Phone(const fs::path& folder)
 }
 
 void Handset::Init(const fs::path& folder, const nlohmann::json& json) {
+  Init(folder, json, [](const fs::path&) {});
+}
+
+void Handset::Init(const fs::path& folder, const nlohmann::json& json,
+                   const std::function<void(const fs::path& made)>& complete) {
   const Description description = ParseDescription(json);
   // Without a slash at the end, whose parent would be the folder itself.
   const fs::path named = fs::absolute(folder).lexically_normal();
@@ -79,6 +84,7 @@ void Handset::Init(const fs::path& folder, const nlohmann::json& json) {
                               fs::perms::others_read | fs::perms::others_exec);
     fs::create_directory(made / kFiles);
     Store::Create(made / kDatabase, description);
+    complete(made);
     Sync(made / kDatabase);
     Sync(made);
     fs::rename(made, target);

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
 
@@ -30,6 +31,10 @@ class Handset {
   // Makes a new phone folder from a description (docs/handset.md). Throws DescriptionError or StoreError; then nothing
   // was created.
   static void Init(const std::filesystem::path& folder, const nlohmann::json& description);
+  // The same with more in it: `complete` gets the phone's folder before anybody else sees it. When it throws, nothing
+  // was created.
+  static void Init(const std::filesystem::path& folder, const nlohmann::json& description,
+                   const std::function<void(const std::filesystem::path& made)>& complete);
   // The same from a JSON file, which the texts of its errors then name.
   static void InitFromFile(const std::filesystem::path& folder, const std::filesystem::path& description);
   // Opens an existing phone folder. Throws StoreError when phone.db is missing, damaged or newer than this program.

@@ -2,26 +2,16 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <fmt/format.h>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <signal.h>
 
 #include "handset/Handset.h"
 #include "programs/phone/Commands.h"
+#include "programs/phone/Init.h"
 
 namespace {
 
 using namespace brelix_phone;
-
-int Init(const std::filesystem::path& folder, const std::filesystem::path& description) {
-  if (description.empty()) {
-    handset::Handset::Init(folder, nlohmann::json::object());
-  } else {
-    handset::Handset::InitFromFile(folder, description);
-  }
-  fmt::print(stderr, "brelix-phone: made {}\n", folder.string());
-  return kExitOk;
-}
 
 int Describe(const std::filesystem::path& folder) {
   fmt::print("{}\n", handset::Handset::Open(folder)->Describe().dump(2));
@@ -38,14 +28,15 @@ int Run(int argc, char** argv) {
   app.set_help_all_flag("--help-all", "Help for all commands");
 
   std::filesystem::path folder;
-  std::filesystem::path description;
+  InitSources sources;
   ServeOptions serve;
   bool checkLeaks = false;
   const char* const leaksHelp = "At the end, tell what the agent did not give back to the phone; exit 1 if anything";
 
   auto* init = app.add_subcommand("init", "Make a phone folder");
   init->add_option("DIR", folder, "The folder to make; must not exist or be empty")->required();
-  init->add_option("--from", description, "A description in JSON (docs/handset.md); without it, a phone of defaults");
+  init->add_option("--from", sources.description,
+                   "A description in JSON (docs/handset.md); without it, a phone of defaults");
 
   auto* describe = app.add_subcommand("describe", "Print a phone as JSON; init --from makes the same phone of it");
   describe->add_option("DIR", folder, "The phone's folder")->required();
@@ -64,7 +55,7 @@ int Run(int argc, char** argv) {
 
   try {
     app.parse(argc, argv);
-    if (*init) return Init(folder, description);
+    if (*init) return Init(folder, sources);
     if (*describe) return Describe(folder);
     if (*serveCommand) return Serve(folder, serve);
     return Rapi(folder, checkLeaks);

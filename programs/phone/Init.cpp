@@ -1,0 +1,41 @@
+#include "programs/phone/Init.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "handset/Errors.h"
+#include "handset/Handset.h"
+#include "handset/store/Description.h"
+#include "programs/phone/Commands.h"
+#include "programs/phone/import/Import.h"
+
+namespace brelix_phone {
+namespace {
+
+nlohmann::json ReadDescription(const std::filesystem::path& file) {
+  return file.empty() ? nlohmann::json::object() : handset::ReadDescriptionFile(file);
+}
+
+// Each source adds its part. What it cannot read is thrown before anything is made.
+void Import(const InitSources&, nlohmann::json&) {}
+
+// What goes into the finished folder rather than into the description.
+void Complete(const InitSources&, const std::filesystem::path&) {}
+
+}  // namespace
+
+int Init(const std::filesystem::path& folder, const InitSources& sources) {
+  nlohmann::json description = ReadDescription(sources.description);
+  Import(sources, description);
+  try {
+    handset::Handset::Init(folder, description, [&](const std::filesystem::path& made) { Complete(sources, made); });
+  } catch (const handset::DescriptionError& error) {
+    throw handset::DescriptionError(error.GetPointer(), error.GetExpected(), error.GetFound(),
+                                    sources.description.string());
+  }
+  fmt::print(stderr, "brelix-phone: made {}\n", folder.string());
+  return kExitOk;
+}
+
+}  // namespace brelix_phone
