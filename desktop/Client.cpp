@@ -55,6 +55,12 @@ std::optional<LocalTime> ParseTimestamp(std::string_view text) {
   return time;
 }
 
+std::string TimeText(const LocalTime& t, char between) {
+  std::string text = fmt::format("{:04}-{:02}-{:02}{}{:02}:{:02}", t.year, t.month, t.day, between, t.hour, t.minute);
+  if (t.second) text += fmt::format(":{:02}", *t.second);
+  return text;
+}
+
 LocalTime Client::Start() {
   session_.Handshake();
   return Open();

@@ -53,5 +53,7 @@ class Client {
 // The one date and time form of the phone's documents, "20090712T134501Z"; nothing for any other text or for a time
 // that does not exist. Whether it is local or not depends on the element.
 std::optional<LocalTime> ParseTimestamp(std::string_view text);
+// "2009-07-12 13:45:01", or without the seconds where they are not known.
+std::string TimeText(const LocalTime& time, char between_date_and_time);
 
 }  // namespace brelix

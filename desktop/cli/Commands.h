@@ -14,6 +14,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <concepts>
 #include <functional>
 #include <span>
 #include <string>
@@ -41,7 +42,21 @@ struct Context {
   Report report{};  // printed when the session is closed, where anything was added
 };
 
-using Action = std::function<Exit(Context&)>;
+// What is to be done: with a phone, or, for what can be said without one, before a phone is looked for.
+class Action {
+ public:
+  Action() = default;
+  template <std::invocable<Context&> F>
+  Action(F on_phone) : on_phone(std::move(on_phone)) {}
+  static Action WithoutPhone(std::function<Exit(const Options&)> act) {
+    Action action;
+    action.without_phone = std::move(act);
+    return action;
+  }
+
+  std::function<Exit(Context&)> on_phone;
+  std::function<Exit(const Options&)> without_phone;
+};
 
 struct Group {
   const char* name;  // of the command or the group of commands

@@ -15,17 +15,6 @@ std::optional<std::string> Size(std::optional<int64_t> value) {
   return ReadableSize(*value);
 }
 
-template <typename T>
-Json OrNull(const std::optional<T>& value) {
-  return value ? Json(*value) : Json();
-}
-
-std::string TimeText(const LocalTime& t, char between) {
-  std::string text = fmt::format("{:04}-{:02}-{:02}{}{:02}:{:02}", t.year, t.month, t.day, between, t.hour, t.minute);
-  if (t.second) text += fmt::format(":{:02}", *t.second);
-  return text;
-}
-
 Exit Info(Context& context) {
   Client& phone = context.phone;
   Report& report = context.report;

@@ -84,7 +84,7 @@ void ShowHelp(CommandLine& line) {
   WriteToStdout(command->help(path));
 }
 
-Exit RunOnPhone(const Action& action, const Options& options, int cancel) {
+Exit RunOnPhone(const std::function<Exit(Context&)>& action, const Options& options, int cancel) {
   if (options.device.empty())
     throw Failure(Exit::kUsage, "which phone? Give -d ADDRESS or set BRELIX_DEVICE; see brelix --help");
   std::optional<Trace> trace;
@@ -123,8 +123,9 @@ Exit Run(int argc, char** argv, int cancel) {
     ShowHelp(line);
     return Exit::kOk;
   }
-  if (!line.chosen) throw Failure(Exit::kUnexpected, "a command that leaves nothing to do");
-  return RunOnPhone(line.chosen, line.options, cancel);
+  if (line.chosen.without_phone) return line.chosen.without_phone(line.options);
+  if (!line.chosen.on_phone) throw Failure(Exit::kUnexpected, "a command that leaves nothing to do");
+  return RunOnPhone(line.chosen.on_phone, line.options, cancel);
 }
 
 }  // namespace

@@ -11,6 +11,11 @@ namespace brelix::cli {
 
 using Json = nlohmann::ordered_json;
 
+template <typename T>
+Json OrNull(const std::optional<T>& value) {
+  return value ? Json(*value) : Json();
+}
+
 class Report {
  public:
   // One fact. The text is shown to people ("unknown" when there is none), the value to programs (null likewise).
