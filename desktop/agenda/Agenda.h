@@ -1,0 +1,22 @@
+// The phone's calendar, read only: its agent has no command that changes an appointment.
+#pragma once
+
+#include "desktop/ItemCollection.h"
+#include "desktop/agenda/Appointment.h"
+
+namespace brelix {
+
+class Agenda {
+ public:
+  explicit Agenda(Session& session);
+
+  uint32_t Count() { return items_.Count(); }
+  // The appointment at a position from 1 to Count(). What the phone cannot read of its own is a phone error that names
+  // the position; the others can still be read.
+  Appointment Get(uint32_t position);
+
+ private:
+  ItemCollection items_;
+};
+
+}  // namespace brelix
