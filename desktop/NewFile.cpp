@@ -32,6 +32,10 @@ NewFile::NewFile(fs::path path) : path_(std::move(path)), target_(path_) {
     if (fd_ < 0) Fail("standard output cannot be written");
     return;
   }
+  if (!path_.has_filename()) {
+    errno = path_.empty() ? ENOENT : EISDIR;
+    Fail("cannot be written");
+  }
   std::error_code error;
   if (fs::is_symlink(fs::symlink_status(path_, error))) target_ = fs::weakly_canonical(path_, error);
   const fs::file_status status = fs::status(target_, error);

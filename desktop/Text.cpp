@@ -110,6 +110,11 @@ bool IsUtf8(std::string_view text) {
   return true;
 }
 
+std::optional<std::string> ToWireText(std::string_view utf8) {
+  if (!IsUtf8(utf8) || utf8.find('\0') != std::string_view::npos) return std::nullopt;
+  return SplitSurrogates(utf8);
+}
+
 size_t CharacterSize(std::string_view utf8) { return DecodeOne(utf8).size; }
 
 uint16_t FirstUnit(std::string_view utf8) {
