@@ -123,6 +123,37 @@ uint16_t FirstUnit(std::string_view utf8) {
   return static_cast<uint16_t>(c < 0x10000 ? c : 0xD800 + ((c - 0x10000) >> 10));
 }
 
+std::optional<std::string> ToWireText(std::string_view utf8) {
+  if (!IsUtf8(utf8) || utf8.find('\0') != utf8.npos) return std::nullopt;
+  return SplitSurrogates(utf8);
+}
+
+std::optional<std::u16string> WireUnits(std::string_view wire) {
+  std::u16string units;
+  units.reserve(wire.size());
+  while (!wire.empty()) {
+    const Decoded one = DecodeOne(wire);
+    const bool broken = one.character == kReplacement && one.size == 1;
+    if (broken || one.character >= 0x10000) return std::nullopt;
+    wire.remove_prefix(one.size);
+    units.push_back(static_cast<char16_t>(one.character));
+  }
+  return units;
+}
+
+std::string UnitsToUtf8(std::u16string_view units) {
+  std::string out;
+  for (size_t at = 0; at < units.size(); at++) {
+    const char32_t unit = units[at];
+    const bool pair = IsHigh(unit) && at + 1 < units.size() && IsLow(units[at + 1]);
+    if (pair)
+      Append(out, 0x10000 + ((unit - 0xD800) << 10) + (units[++at] - 0xDC00));
+    else
+      Append(out, IsHigh(unit) || IsLow(unit) ? kReplacement : unit);
+  }
+  return out;
+}
+
 std::string Latin1ToUtf8(std::string_view wire) {
   std::string out;
   for (const char c : wire) Append(out, static_cast<uint8_t>(c));

@@ -31,6 +31,13 @@ size_t CharacterSize(std::string_view utf8);
 // The first UTF-16 unit of a text, 0 for an empty one.
 uint16_t FirstUnit(std::string_view utf8);
 
+// The UTF-16 units that the phone has, surrogates without their other half included; nothing for bytes that no phone
+// makes of a text.
+std::optional<std::u16string> WireUnits(std::string_view wire);
+
+// Proper UTF-8 from UTF-16 units; half a surrogate pair becomes U+FFFD.
+std::string UnitsToUtf8(std::u16string_view units);
+
 // UTF-8 from a text of one byte per character.
 std::string Latin1ToUtf8(std::string_view wire);
 

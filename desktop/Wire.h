@@ -85,6 +85,13 @@ enum MessagingCommand : uint16_t {
 // Whether the request leaves the phone's data as they are. A request that is not known here may do anything.
 bool OnlyReads(uint16_t module, uint16_t command);
 
+// Codes of the phone that are part of a conversation rather than failures.
+inline constexpr uint32_t kFileNotFound = 2;
+inline constexpr uint32_t kNoMoreFiles = 18;
+inline constexpr uint32_t kMoreData = 234;
+
+inline constexpr size_t kFileChunk = 16364;  // bytes of a file in one answer, at most
+
 // How long a link must be silent before an answer whose end is not certain is taken as complete.
 inline constexpr std::chrono::milliseconds kQuiet{300};
 

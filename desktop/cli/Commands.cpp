@@ -1,6 +1,7 @@
 #include "desktop/cli/Commands.h"
 
 #include "desktop/cli/DeviceCommands.h"
+#include "desktop/cli/FileCommands.h"
 #include "desktop/cli/RawCommand.h"
 
 namespace brelix::cli {
@@ -10,6 +11,7 @@ constexpr Group kGroups[] = {
     {"info", DeclareInfo},
     {"status", DeclareStatus},
     {"clock", DeclareClock},
+    {"files", DeclareFiles},
     {"raw", DeclareRaw},
 };
 
