@@ -123,11 +123,6 @@ uint16_t FirstUnit(std::string_view utf8) {
   return static_cast<uint16_t>(c < 0x10000 ? c : 0xD800 + ((c - 0x10000) >> 10));
 }
 
-std::optional<std::string> ToWireText(std::string_view utf8) {
-  if (!IsUtf8(utf8) || utf8.find('\0') != utf8.npos) return std::nullopt;
-  return SplitSurrogates(utf8);
-}
-
 std::optional<std::u16string> WireUnits(std::string_view wire) {
   std::u16string units;
   units.reserve(wire.size());
