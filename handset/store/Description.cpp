@@ -6,9 +6,12 @@
 #include <nlohmann/json.hpp>
 
 #include "handset/Errors.h"
+#include "handset/store/CallDescription.h"
 #include "handset/store/JsonFields.h"
+#include "handset/store/MailDescription.h"
 #include "handset/store/NearMatch.h"
 #include "handset/store/RegistryDescription.h"
+#include "handset/store/SmsDescription.h"
 #include "handset/store/TimeText.h"
 
 namespace handset {
@@ -168,7 +171,8 @@ json PrintFault(const FaultRule& rule) {
 
 Description ParseDescription(const json& source) {
   const JsonNode node(source);
-  node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "messageBoxes", "faults"});
+  node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "messageBoxes", "faults", "calls",
+                   "accounts", "sms", "outbox"});
   Description description;
   if (const auto schema = node.Find("$schema")) schema->String();
   ReadList(node, "lines", description.lines, ParseLine);
@@ -179,6 +183,10 @@ Description ParseDescription(const json& source) {
   if (const auto registry = node.Find("registry")) description.registry = ParseRegistry(*registry);
   ReadList(node, "messageBoxes", description.messageBoxes, ParseAnswer);
   ReadList(node, "faults", description.faults, ParseFault);
+  ReadList(node, "calls", description.calls, ParseCall);
+  if (const auto accounts = node.Find("accounts")) description.accounts = ParseAccounts(*accounts);
+  if (const auto sms = node.Find("sms")) description.sms = ParseSms(*sms);
+  if (const auto outbox = node.Find("outbox")) description.outbox = ParseOutbox(*outbox);
   return description;
 }
 
@@ -205,7 +213,11 @@ json PrintDescription(const Description& description) {
           {"clock", PrintClock(description.clock)},
           {"registry", PrintRegistry(description.registry)},
           {"messageBoxes", PrintList(description.messageBoxes, PrintAnswer)},
-          {"faults", PrintList(description.faults, PrintFault)}};
+          {"faults", PrintList(description.faults, PrintFault)},
+          {"calls", PrintList(description.calls, PrintCall)},
+          {"accounts", PrintAccounts(description.accounts)},
+          {"sms", PrintSms(description.sms)},
+          {"outbox", PrintList(description.outbox, PrintOutboxMessage)}};
 }
 
 json ReadDescriptionFile(const std::filesystem::path& file) {

@@ -12,6 +12,7 @@
 
 #include "handset/Faults.h"
 #include "handset/Text.h"
+#include "handset/store/FileTime.h"
 #include "handset/system/Clock.h"
 #include "handset/system/MessageBoxes.h"
 
@@ -74,6 +75,81 @@ struct RegistryKey {
   std::vector<RegistryValue> values;
 };
 
+// One call of the history. Directions, flags and caller-id types are the phone's own numbers, odd ones included.
+struct CallEntry {
+  FileTime start = 0;
+  FileTime end = 0;
+  std::uint32_t direction = 0;
+  std::uint32_t flags = 0;
+  std::uint32_t callerId = 0;
+  // Absent: the phone hands out no text.
+  std::optional<std::u16string> number;
+  std::optional<std::u16string> name;
+  std::optional<std::u16string> phoneType;
+  std::optional<std::u16string> note;
+};
+
+// What is absent in accounts, folders and messages is a property that the phone does not have.
+struct MailRecipient {
+  std::optional<std::u16string> name;
+  std::optional<std::u16string> address;
+  bool addressFirst = false;  // in the order of the recipient's columns
+};
+
+struct MailMessage {
+  std::optional<std::u16string> senderName;
+  std::optional<std::u16string> senderAddress;
+  std::optional<std::u16string> subject;
+  std::optional<FileTime> delivered;
+  std::vector<MailRecipient> recipients;
+  bool hasEntryId = true;
+};
+
+struct MailFolder {
+  std::optional<std::u16string> name;
+  std::vector<MailFolder> folders;
+  std::vector<MailMessage> messages;
+  bool tellsCount = true;
+  std::optional<std::uint32_t> reportedCount;  // in place of the true one
+};
+
+struct MailAccount {
+  std::optional<std::u16string> name;
+  std::vector<MailFolder> folders;
+};
+
+// What the network says of a message when it is asked, one step after the other; the last one stays.
+struct SmsStep {
+  std::uint32_t queries = 1;
+  std::array<std::uint32_t, 2> status{};  // the phone's two status words
+  std::optional<std::uint32_t> result;    // the query fails with this code
+};
+
+struct SmsRule {
+  std::optional<std::u16string> to;      // absent: every destination
+  std::optional<std::uint32_t> refused;  // sending fails with this code
+  std::vector<SmsStep> steps;
+};
+
+struct Sms {
+  std::uint32_t nextId = 1;
+  std::vector<SmsRule> delivery;
+};
+
+// A message that was sent, as the phone was asked to send it.
+struct OutboxMessage {
+  std::uint32_t id = 0;
+  FileTime sent = 0;
+  std::u16string to;
+  std::u16string text;
+  std::optional<std::u16string> serviceCentre;  // absent: the phone's own
+  std::uint32_t options = 0;                    // 2: with a status report
+  std::uint32_t messageClass = 1;
+  std::uint32_t replaceOption = 0;
+  std::uint32_t encoding = 0;  // 0: the phone chooses, 1 GSM, 2 UCS-2
+  std::uint32_t queries = 0;   // how often its status was asked for
+};
+
 struct Description {
   std::vector<Line> lines = {{.name = u"Cellular Line"}};
   Os os;
@@ -83,6 +159,10 @@ struct Description {
   std::vector<RegistryKey> registry;
   std::vector<BoxAnswer> messageBoxes;
   std::vector<FaultRule> faults;
+  std::vector<CallEntry> calls;
+  std::vector<MailAccount> accounts;
+  Sms sms;
+  std::vector<OutboxMessage> outbox;
 };
 
 // Throw DescriptionError.

@@ -16,6 +16,10 @@ void ReadNumber(const JsonNode& node, std::string_view member, T& value) {
   if (const auto found = node.Find(member)) value = found->Number<T>();
 }
 
+inline void ReadText(const JsonNode& node, std::string_view member, std::optional<std::u16string>& value) {
+  if (const auto found = node.Find(member)) value = found->Text();
+}
+
 template <typename Item, typename Parse>
 void ReadList(const JsonNode& node, std::string_view member, std::vector<Item>& items, Parse parse) {
   const auto list = node.Find(member);
@@ -29,6 +33,11 @@ nlohmann::json PrintList(const std::vector<Item>& items, Print print) {
   nlohmann::json list = nlohmann::json::array();
   for (const Item& item : items) list.push_back(print(item));
   return list;
+}
+
+// A text that is absent is no member.
+inline void PrintText(nlohmann::json& out, const char* member, const std::optional<std::u16string>& text) {
+  if (text) out[member] = TextToJson(*text);
 }
 
 }  // namespace handset

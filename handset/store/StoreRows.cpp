@@ -2,8 +2,11 @@
 
 #include <map>
 
+#include "handset/store/CallRows.h"
+#include "handset/store/MailRows.h"
 #include "handset/store/RegistryDescription.h"
 #include "handset/store/RowValues.h"
+#include "handset/store/SmsRows.h"
 
 namespace handset {
 
@@ -106,6 +109,9 @@ void InsertDescription(Database& database, const Description& description) {
     Insert(database, "INSERT INTO fault (call, result, skip, times) VALUES (?, ?, ?, ?)", rule.call, rule.result,
            rule.skip, rule.times);
   }
+  InsertCalls(database, description.calls);
+  InsertAccounts(database, description.accounts);
+  InsertSms(database, description.sms, description.outbox);
 }
 
 Description SelectDescription(const Database& database) {
@@ -116,7 +122,11 @@ Description SelectDescription(const Database& database) {
           .clock = SelectClock(database),
           .registry = SelectRegistry(database),
           .messageBoxes = SelectMessageBoxes(database),
-          .faults = SelectFaults(database)};
+          .faults = SelectFaults(database),
+          .calls = SelectCalls(database),
+          .accounts = SelectAccounts(database),
+          .sms = SelectSms(database),
+          .outbox = SelectOutbox(database)};
 }
 
 std::vector<Line> SelectLines(const Database& database) {

@@ -70,3 +70,89 @@ CREATE TABLE IF NOT EXISTS fault (
   skip INTEGER NOT NULL,
   times INTEGER NOT NULL
 ) STRICT;
+
+-- The call history. Times are FILETIMEs: steps of 100 ns since 1601, in UTC.
+CREATE TABLE IF NOT EXISTS call (
+  id INTEGER PRIMARY KEY,
+  start_time INTEGER NOT NULL,
+  end_time INTEGER NOT NULL,
+  direction INTEGER NOT NULL,
+  flags INTEGER NOT NULL,
+  caller_id INTEGER NOT NULL,
+  number TEXT,                -- null, here and below: the phone does not have it
+  name TEXT,
+  phone_type TEXT,
+  note TEXT
+) STRICT;
+CREATE INDEX IF NOT EXISTS call_by_time ON call (start_time DESC, id);
+
+-- Message stores. An account's own folders have parent 0.
+CREATE TABLE IF NOT EXISTS mail_account (
+  id INTEGER PRIMARY KEY,
+  name TEXT
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS mail_folder (
+  id INTEGER PRIMARY KEY,
+  account INTEGER NOT NULL REFERENCES mail_account (id),
+  parent INTEGER NOT NULL,
+  name TEXT,
+  tells_count INTEGER NOT NULL,
+  reported_count INTEGER      -- null: as many messages as it holds
+) STRICT;
+CREATE INDEX IF NOT EXISTS mail_folder_by_parent ON mail_folder (account, parent, id);
+
+CREATE TABLE IF NOT EXISTS mail_message (
+  id INTEGER PRIMARY KEY,
+  folder INTEGER NOT NULL REFERENCES mail_folder (id),
+  delivery_time INTEGER,      -- a FILETIME
+  sender_name TEXT,
+  sender_address TEXT,
+  subject TEXT,
+  has_entry_id INTEGER NOT NULL
+) STRICT;
+CREATE INDEX IF NOT EXISTS mail_message_by_time ON mail_message (folder, delivery_time DESC, id);
+
+CREATE TABLE IF NOT EXISTS mail_recipient (
+  id INTEGER PRIMARY KEY,
+  message INTEGER NOT NULL REFERENCES mail_message (id),
+  name TEXT,
+  address TEXT,
+  address_first INTEGER NOT NULL
+) STRICT;
+CREATE INDEX IF NOT EXISTS mail_recipient_by_message ON mail_recipient (message, id);
+
+-- Text messages: the id of the next one, what the network does with them, and those that were sent.
+CREATE TABLE IF NOT EXISTS sms (
+  id INTEGER PRIMARY KEY CHECK (id = 1),
+  next_message INTEGER NOT NULL
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS sms_rule (
+  position INTEGER PRIMARY KEY,
+  destination TEXT,           -- null: every one
+  refused INTEGER             -- sending fails with this code
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS sms_step (
+  position INTEGER PRIMARY KEY,
+  rule INTEGER NOT NULL REFERENCES sms_rule (position),
+  queries INTEGER NOT NULL,
+  status0 INTEGER NOT NULL,
+  status1 INTEGER NOT NULL,
+  result INTEGER              -- the query fails with this code
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS outbox (
+  position INTEGER PRIMARY KEY,
+  message INTEGER NOT NULL UNIQUE,
+  sent_time INTEGER NOT NULL, -- a FILETIME
+  destination TEXT NOT NULL,
+  text TEXT NOT NULL,
+  service_centre TEXT,        -- null: the phone's own
+  options INTEGER NOT NULL,
+  class INTEGER NOT NULL,
+  replace_option INTEGER NOT NULL,
+  encoding INTEGER NOT NULL,
+  queries INTEGER NOT NULL
+) STRICT;

@@ -40,7 +40,27 @@ const json& OddPhone() {
     "messageBoxes": [{"caption": "Question", "contains": "radio", "answer": "yes"}, {"answer": "no"}],
     "faults": [
       {"call": "RegOpenKeyExW", "result": "0x00000005", "skip": 2, "times": 3},
-      {"call": "IPOutlookApp::Logon", "skip": 0, "times": "always"}]
+      {"call": "IPOutlookApp::Logon", "skip": 0, "times": "always"}],
+    "calls": [
+      {"start": {"fileTime": 9223372036854775807}, "end": {"fileTime": 1}, "direction": 7, "flags": 4294967295,
+       "callerId": 9},
+      {"start": "2009-07-12T13:45:01Z", "end": "9999-12-31T23:59:59.999Z", "direction": "outgoing",
+       "flags": ["outgoing", "roaming"], "callerId": "blocked", "number": {"utf16": "DC00"}, "name": "",
+       "phoneType": "m", "note": "n"}],
+    "accounts": [
+      {"name": "twice", "folders": [
+        {"name": "top", "reportedCount": null, "folders": [{"messages": []}], "messages": [
+          {"subject": "s", "delivered": "1601-01-01T00:00:00Z", "hasEntryId": false,
+           "sender": {"name": "", "address": "\"a\" <b>"}},
+          {"recipients": [{"name": "r", "address": "x", "addressFirst": true}, {}]}]},
+        {"name": "top", "reportedCount": 70000, "messages": []}]},
+      {"name": "twice", "folders": []}, {"folders": []}],
+    "sms": {"nextId": 4294967295, "delivery": [
+      {"to": "+1", "refused": "0x82000107"},
+      {"steps": [{"queries": 2, "state": "sent"}, {"queries": 0, "status": [1, 2]},
+                 {"queries": 1, "result": "0x80004005"}]}]},
+    "outbox": [{"id": 7, "sent": "1601-01-01T00:00:00Z", "to": "", "text": {"utf16": "D800"}, "serviceCentre": "",
+                "options": 2, "class": 1, "replace": 0, "encoding": 2, "queries": 3}]
   })");
   return kPhone;
 }
@@ -90,6 +110,20 @@ TEST(Description, a_misfit_names_its_place_and_makes_nothing) {
       {R"({"faults": [{"call": "fopen", "result": 5}]})", "/faults/0", "without a code"},
       {R"({"faults": [{"call": "recv", "result": "0xg"}]})", "/faults/0/result", "0x80004005"},
       {R"({"faults": [{"call": "recv", "times": 0}]})", "/faults/0/times", ""},
+      {R"({"calls": [{"number": "1"}]})", "/calls/0", "\"start\""},
+      {R"({"calls": [{"start": "2009-01-01T00:00:00"}]})", "/calls/0/start", "2009-07-12T13:45:01Z"},
+      {R"({"calls": [{"start": {"fileTime": -1}}]})", "/calls/0/start/fileTime", "found -1"},
+      {R"({"calls": [{"start": {"fileTime": 0}, "direction": "mised"}]})", "/calls/0/direction",
+       "did you mean missed?"},
+      {R"({"calls": [{"start": {"fileTime": 0}, "flags": ["roaming", 2]}]})", "/calls/0/flags/1", "a string"},
+      {R"({"accounts": [{"folders": [{"messages": [{"delivered": 5}]}]}]})",
+       "/accounts/0/folders/0/messages/0/delivered", "a string"},
+      {R"({"accounts": [{"folders": [{"folders": [{"reportedCount": -1}]}]}]})",
+       "/accounts/0/folders/0/folders/0/reportedCount", "found -1"},
+      {R"({"sms": {"delivery": [{"to": "1"}]}})", "/sms/delivery/0", "either \"refused\" or \"steps\""},
+      {R"({"sms": {"delivery": [{"steps": [{"state": "sent", "result": 1}]}]}})", "/sms/delivery/0/steps/0", "one of"},
+      {R"({"sms": {"delivery": [{"steps": [{"status": [1]}]}]}})", "/sms/delivery/0/steps/0/status", "two numbers"},
+      {R"({"outbox": [{"id": 1, "to": "", "text": ""}, {"id": 1, "to": "", "text": ""}]})", "/outbox/1/id", "already"},
   };
   test::TemporaryFolder folder;
   for (const auto& test : kCases) {
@@ -103,6 +137,14 @@ TEST(Description, a_misfit_names_its_place_and_makes_nothing) {
     }
   }
   EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+}
+
+TEST(Description, folders_are_not_without_end) {
+  json folder = {{"messages", json::array()}};
+  for (int depth = 1; depth <= 32; ++depth) folder = {{"folders", {folder}}};
+  test::TemporaryFolder place;
+  EXPECT_THROW(Handset::Init(place.Path() / "phone", {{"accounts", {{{"folders", {folder}}}}}}), DescriptionError);
+  Handset::Init(place.Path() / "phone", {{"accounts", {{{"folders", folder["folders"]}}}}});
 }
 
 TEST(Description, an_error_in_a_file_names_the_file_and_the_line) {

@@ -46,7 +46,12 @@ TEST(Schema, accepts_the_demo_phone_and_every_printed_description) {
     "lines": [{"name": {"utf16": "D800"}, "model": null}], "clock": {"localTime": "1999-12-31T23:59:59"},
     "registry": [{"key": "HKLM\\a", "values": [{"name": "m", "type": "multi_sz", "data": ["a"]},
       {"name": "d", "type": "dword", "data": 1}, {"name": "x", "type": 77, "data": {"hex": "00"}}]}],
-    "messageBoxes": [{"answer": "ok"}], "faults": [{"call": "recv", "result": 5, "times": "always"}]})"));
+    "messageBoxes": [{"answer": "ok"}], "faults": [{"call": "recv", "result": 5, "times": "always"}],
+    "calls": [{"start": {"fileTime": 1}, "direction": 7, "flags": 16, "callerId": 9, "note": "n"}],
+    "accounts": [{"folders": [{"reportedCount": null, "folders": [{"name": "in"}], "messages": [
+      {"sender": {"address": "a"}, "recipients": [{"addressFirst": true}], "hasEntryId": false}]}]}],
+    "sms": {"delivery": [{"refused": 1}, {"steps": [{"status": [1, 2]}, {"result": 5}]}]},
+    "outbox": [{"id": 1, "to": "", "text": ""}]})"));
   EXPECT_TRUE(FitsSchema(odd->Describe())) << odd->Describe().dump(1);
   odd->GetFaults().Clear();
 }
@@ -63,6 +68,13 @@ TEST(Schema, agrees_with_init_about_what_is_wrong) {
       R"({"registry": [{"key": "HKLM", "values": [{"name": "a", "type": "szz", "data": "x"}]}]})",
       R"({"messageBoxes": [{"answer": "maybe"}]})",
       R"({"faults": [{"call": "recv", "times": 0}]})",
+      R"({"calls": [{"end": "2009-07-12T13:45:01Z"}]})",
+      R"({"calls": [{"start": "2009-07-12T13:45:01"}]})",
+      R"({"calls": [{"start": "2009-07-12T13:45:01Z", "flags": ["loud"]}]})",
+      R"({"accounts": [{"folders": [{"messages": [{"body": "x"}]}]}]})",
+      R"({"sms": {"delivery": [{"to": "1"}]}})",
+      R"({"sms": {"delivery": [{"steps": [{"state": "sent", "result": 1}]}]}})",
+      R"({"outbox": [{"id": 1, "to": ""}]})",
   };
   for (const char* text : kWrong) {
     EXPECT_FALSE(FitsSchema(json::parse(text))) << text;
