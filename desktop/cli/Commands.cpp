@@ -1,19 +1,27 @@
 #include "desktop/cli/Commands.h"
 
+#include "desktop/cli/CallCommands.h"
 #include "desktop/cli/DeviceCommands.h"
 #include "desktop/cli/FileCommands.h"
+#include "desktop/cli/MessageCommands.h"
 #include "desktop/cli/RawCommand.h"
+#include "desktop/cli/SmsCommands.h"
 
 namespace brelix::cli {
 namespace {
 
+// clang-format off: one row a line
 constexpr Group kGroups[] = {
     {"info", DeclareInfo},
     {"status", DeclareStatus},
     {"clock", DeclareClock},
+    {"calls", DeclareCalls},
+    {"messages", DeclareMessages},
+    {"sms", DeclareSms},
     {"files", DeclareFiles},
     {"raw", DeclareRaw},
 };
+// clang-format on
 
 }  // namespace
 

@@ -1,0 +1,118 @@
+#include "desktop/calls/CallLog.h"
+
+#include <algorithm>
+#include <array>
+#include <fmt/format.h>
+
+#include "desktop/Elements.h"
+#include "desktop/Text.h"
+#include "desktop/Wire.h"
+
+namespace brelix {
+namespace {
+
+constexpr std::array<ElementRule, 3> kTexts = {{{"number", 0}, {"phonetype", 1}, {"name", 2}}};
+constexpr std::array<std::string_view, 3> kProgress = {"connected", "ended", "roaming"};
+constexpr std::array<std::string_view, 3> kCallerIds = {"unavailable", "blocked", "available"};
+
+[[noreturn]] void Broken(std::string_view element) {
+  throw Failure(Exit::kProtocol, fmt::format("the phone's call entry is broken: no whole <{}>", element));
+}
+
+// Takes `<name...>text</name>` off the front, blanks before it included; what stands between "<name" and the closing
+// tag. Stale bytes inside are shorter than a closing tag, so the first one is the right one.
+std::string_view Take(std::string_view& body, std::string_view name) {
+  const std::string open = fmt::format("<{}", name);
+  const std::string close = fmt::format("</{}>", name);
+  body.remove_prefix(std::min(body.find_first_not_of(" \n"), body.size()));
+  const size_t end = body.find(close);
+  if (!body.starts_with(open) || end == body.npos) Broken(name);
+  const std::string_view inside = body.substr(open.size(), end - open.size());
+  body.remove_prefix(end + close.size());
+  return inside;
+}
+
+std::optional<std::string_view> Unwrap(std::string_view text, std::string_view before, std::string_view behind) {
+  if (text.size() < before.size() + behind.size() || !text.starts_with(before) || !text.ends_with(behind))
+    return std::nullopt;
+  return text.substr(before.size(), text.size() - before.size() - behind.size());
+}
+
+template <size_t N>
+std::optional<std::string> OneOf(const std::array<std::string_view, N>& words, std::optional<std::string_view> word) {
+  if (!word || std::find(words.begin(), words.end(), *word) == words.end()) return std::nullopt;
+  return std::string(*word);
+}
+
+std::optional<LocalTime> TakeTime(std::string_view& body, std::string_view name) {
+  const std::string_view inside = Take(body, name);
+  return ParseTimestamp(inside.substr(std::min<size_t>(1, inside.size())));
+}
+
+void TakeDirection(std::string_view& body, Call& call) {
+  const std::string_view inside = Take(body, "calltype");
+  if (inside == ">missed" || inside == ">incoming" || inside == ">outgoing") {
+    call.direction = inside.substr(1);
+  } else if (const auto progress = Unwrap(inside, " kind=\"", ">outgoing")) {
+    call.direction = "outgoing";
+    call.progress = OneOf(kProgress, Unwrap(*progress, "", "\""));
+  }
+}
+
+std::optional<int64_t> Seconds(const std::optional<LocalTime>& time) {
+  using namespace std::chrono;
+  if (!time) return std::nullopt;
+  const year_month_day day{year(time->year), month(time->month), std::chrono::day(time->day)};
+  if (!day.ok()) return std::nullopt;
+  const auto whole = sys_days(day) + hours(time->hour) + minutes(time->minute) + seconds(time->second.value_or(0));
+  return whole.time_since_epoch().count();
+}
+
+}  // namespace
+
+std::optional<int64_t> Call::DurationSeconds() const {
+  const auto from = Seconds(start), to = Seconds(end);
+  if (!from || !to || *to < *from) return std::nullopt;
+  return *to - *from;
+}
+
+Call ReadCall(std::string_view document) {
+  std::string_view body = InsideRoot(document, "logentry");
+  Call call;
+  call.start = TakeTime(body, "startcall");
+  call.end = TakeTime(body, "endcall");
+  TakeDirection(body, call);
+  call.caller_id = OneOf(kCallerIds, Unwrap(Take(body, "calleridtype"), ">", ""));
+  if (body.starts_with('\n')) body.remove_prefix(1);
+
+  const Reading reading = ReadElements(body, kTexts);
+  call.ambiguous = reading.ambiguous;
+  for (const ElementText& element : reading.elements) {
+    if (element.text.empty()) continue;
+    (element.name == "number" ? call.number
+     : element.name == "name" ? call.name
+                              : call.phone_type) = CleanUtf8(element.text);
+  }
+  return call;
+}
+
+uint32_t CallLog::Rewind() {
+  const Bytes data = session_.Answer(wire::kCallLog, wire::kCountCalls);
+  if (data.size() < 2)
+    throw Failure(Exit::kProtocol, fmt::format("{}: the answer to counting calls has {} bytes instead of 6",
+                                               session_.address(), data.size() + 4));
+  stuck_ = false;
+  return Read16(data, 0);
+}
+
+std::optional<Call> CallLog::Next() {
+  // An entry that cannot be read does not move the phone's cursor.
+  if (stuck_ && session_.AskResult(wire::kCallLog, wire::kNextCall).code != 0) return std::nullopt;
+  const Result read = session_.AskResult(wire::kCallLog, wire::kReadCall);
+  stuck_ = read.code != 0;
+  if (read.code == wire::kRefusedResult) return std::nullopt;
+  if (stuck_) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
+  return ReadCall({reinterpret_cast<const char*>(read.data.data()), read.data.size()});
+}
+
+}  // namespace brelix

@@ -1,0 +1,80 @@
+#include "desktop/messages/MessageStore.h"
+
+#include <fmt/format.h>
+
+#include "desktop/Failure.h"
+#include "desktop/Text.h"
+#include "desktop/Wire.h"
+
+namespace brelix {
+namespace {
+
+constexpr size_t kLongestName = 255;  // UTF-16 units that an agent can hold
+constexpr uint32_t kNoSuchName = 2;   // no account or folder of the selected name
+constexpr uint32_t kNoMoreMessages = 2;
+
+std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
+// Every unit is one sequence on the wire.
+size_t Units(std::string_view wire) {
+  size_t units = 0;
+  for (const char c : wire) units += (static_cast<uint8_t>(c) & 0xC0) != 0x80;
+  return units;
+}
+
+[[noreturn]] void NoSuchName(const char* what, const std::string& name, const char* command) {
+  throw Failure(Exit::kPhoneError, fmt::format("the phone has no {} \"{}\"; names must be given exactly, see brelix "
+                                               "messages {}",
+                                               what, name, command));
+}
+
+}  // namespace
+
+void MessageStore::Select(uint16_t command, const char* what, const std::string& name) {
+  const auto wire = ToWireText(name);
+  const auto complain = [&](const char* why) {
+    throw Failure(Exit::kUsage, fmt::format("the {} \"{}\" cannot be selected: {}", what, name, why));
+  };
+  if (!wire) complain("its name is not UTF-8");
+  if (wire->empty()) complain("to the phone, an empty name means none");
+  if (Units(*wire) > kLongestName) complain("its name is longer than the 255 characters that an agent takes");
+  Bytes data(wire->begin(), wire->end());
+  data.push_back(0);
+  session_.Answer(wire::kMessaging, command, data);
+}
+
+Names MessageStore::Accounts() {
+  return ReadNames(AsText(session_.Answer(wire::kMessaging, wire::kListAccounts)), "accounts");
+}
+
+Names MessageStore::Folders(const std::string& account) {
+  Select(wire::kSelectAccount, "account", account);
+  const Result result = session_.AskResult(wire::kMessaging, wire::kListFolders);
+  if (result.code == kNoSuchName) NoSuchName("account", account, "accounts");
+  if (result.code != 0) throw Failure(Exit::kPhoneError, "listing the folders: " + PhoneErrorText(result.code));
+  return ReadNames(AsText(result.data), "folders");
+}
+
+uint32_t MessageStore::SelectFolder(const std::string& account, const std::string& folder) {
+  Select(wire::kSelectAccount, "account", account);
+  Select(wire::kSelectFolder, "folder", folder);
+  const Result result = session_.AskResult(wire::kMessaging, wire::kCountMessages);
+  if (result.code == kNoSuchName) {
+    Folders(account);  // complains when it is the account
+    NoSuchName("folder", folder, "folders ACCOUNT");
+  }
+  if (result.code != 0) throw Failure(Exit::kPhoneError, "counting the messages: " + PhoneErrorText(result.code));
+  if (result.data.size() < 2)
+    throw Failure(Exit::kProtocol, fmt::format("{}: the answer to counting messages has {} bytes instead of 6",
+                                               session_.address(), result.data.size() + 4));
+  return Read16(result.data, 0);
+}
+
+std::optional<Message> MessageStore::Next() {
+  const Result result = session_.AskResult(wire::kMessaging, wire::kNextMessage);
+  if (result.code == kNoMoreMessages) return std::nullopt;
+  if (result.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(result.code));
+  return ReadMessage(AsText(result.data));
+}
+
+}  // namespace brelix

@@ -1,0 +1,34 @@
+// The phone's message store: accounts, their folders, and the messages of a folder from the newest to the oldest.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "desktop/Session.h"
+#include "desktop/messages/Message.h"
+
+namespace brelix {
+
+class MessageStore {
+ public:
+  // The session is open.
+  explicit MessageStore(Session& session) : session_(session) {}
+
+  Names Accounts();
+  // The folders at the top of the account. Throws a phone-error failure when there is no account of that very name.
+  Names Folders(const std::string& account);
+  // Makes the folder the one that Next reads, from its newest message on; the number of its messages modulo 65536.
+  // Throws a usage failure for a name that cannot be said to a phone.
+  uint32_t SelectFolder(const std::string& account, const std::string& folder);
+  // Nothing behind the oldest. A message that cannot be read is a phone-error or protocol failure; as a rule the next
+  // call reads the next message, but a phone whose store has gone fails again and again.
+  std::optional<Message> Next();
+
+ private:
+  void Select(uint16_t command, const char* what, const std::string& name);
+
+  Session& session_;
+};
+
+}  // namespace brelix
