@@ -26,7 +26,7 @@ Exit ShowOnly(const Options& options, const SmsRequest& request) {
   report.Add("Number", "number", request.number);
   ReportText(report, text);
   for (size_t i = 0; i < text.parts.size(); i++)
-    report.Add(fmt::format("Part {}", i + 1), text.parts[i], fmt::format("part_{}", i + 1), text.parts[i]);
+    report.Add(fmt::format("Part {}", i + 1), text.parts[i], "parts", text.parts);
   WriteToStdout(options.json ? report.ForPrograms() : report.ForPeople());
   return Exit::kOk;
 }
