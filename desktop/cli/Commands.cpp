@@ -10,7 +10,8 @@
 namespace brelix::cli {
 namespace {
 
-// clang-format off: one row a line
+// One row a line.
+// clang-format off
 constexpr Group kGroups[] = {
     {"info", DeclareInfo},
     {"status", DeclareStatus},
