@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ReplyWriter.h"
@@ -11,8 +12,6 @@ namespace {
 
 constexpr char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::int32_t kBase64LineBytes = 54;
-
-constexpr bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 }  // namespace
 
@@ -81,24 +80,11 @@ std::uint32_t CAgentEngine::Base64EncodeBuf(char* dest, const std::uint8_t* sour
 }
 
 std::uint32_t CAgentEngine::GetToken(const char* source, char* dest, std::int32_t& pos, std::int32_t limit, bool tag) {
-  const std::int32_t begin = pos;
-  while (tag && pos < limit && IsXmlSpace(source[pos])) {
-    ++pos;
-  }
-  if (tag && pos < limit) {
-    // The first byte belongs to the tag whatever it is.
-    do {
-      *dest++ = source[pos++];
-    } while (pos < limit && source[pos] != '>');
-    if (pos < limit) {
-      *dest++ = source[pos++];
-    }
-  }
-  while (!tag && pos < limit && source[pos] != '<') {
-    *dest++ = source[pos++];
-  }
-  *dest = 0;
-  return pos > begin ? static_cast<std::uint32_t>(pos - begin) : 0;
+  const codecs::Token token = codecs::FindToken(source, pos, limit, tag);
+  const std::int32_t length = token.end - token.begin;
+  std::memcpy(dest, source + token.begin, static_cast<std::size_t>(length));
+  dest[length] = 0;
+  return static_cast<std::uint32_t>(token.end - std::exchange(pos, token.end));
 }
 
 bool CAgentEngine::CheckXmlHeader(const char* text) {

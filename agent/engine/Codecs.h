@@ -32,4 +32,31 @@ constexpr void EncodeUtf8(std::u16string_view text, Put put) {
   }
 }
 
+constexpr bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// Where a token of a document stands.
+struct Token {
+  std::int32_t begin;
+  std::int32_t end;
+};
+
+// The next token from pos on, never at or beyond limit: a tag, the white space in front of it left out, or the text up
+// to the next tag. A tag's first byte belongs to it whatever it is.
+constexpr Token FindToken(const char* source, std::int32_t pos, std::int32_t limit, bool tag) {
+  while (tag && pos < limit && IsXmlSpace(source[pos])) {
+    ++pos;
+  }
+  Token token{pos, pos};
+  if (tag && pos < limit) {
+    do {
+      ++token.end;
+    } while (token.end < limit && source[token.end] != '>');
+    token.end += token.end < limit ? 1 : 0;
+  }
+  while (!tag && token.end < limit && source[token.end] != '<') {
+    ++token.end;
+  }
+  return token;
+}
+
 }  // namespace codecs

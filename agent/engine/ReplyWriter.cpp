@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "agent/engine/Codecs.h"
-#include "agent/engine/Decimal.h"
 #include "agent/engine/WireFormat.h"
 
 namespace {
@@ -73,8 +72,11 @@ void CReplyWriter::LowBytes(std::u16string_view text) {
 
 void CReplyWriter::Dec(std::int32_t value) { Dec(value, 1); }
 
-void CReplyWriter::Dec(std::int32_t value, unsigned width) {
-  const CDecimal decimal(value);
+void CReplyWriter::Dec(std::int32_t value, unsigned width) { Decimal(CDecimal(value), width); }
+
+void CReplyWriter::Unsigned(std::uint32_t value) { Decimal(CDecimal::Unsigned(value), 1); }
+
+void CReplyWriter::Decimal(const CDecimal& decimal, unsigned width) {
   if (decimal.IsNegative()) {
     U8('-');
   }
@@ -116,4 +118,9 @@ void CReplyWriter::SendCounted(std::uint16_t dataLen, std::uint32_t outLen) {
 void CReplyWriter::SendResult(std::uint32_t result) {
   U32(result);
   Send();
+}
+
+void CReplyWriter::SendResultUncounted(std::uint32_t result) {
+  U32(result);
+  m_outLen = m_used;
 }

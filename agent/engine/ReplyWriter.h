@@ -9,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "agent/engine/Decimal.h"
 #include "platform/Types.h"
 
 class CReplyWriter {
@@ -29,8 +30,9 @@ class CReplyWriter {
   void LowBytes(std::u16string_view text);  // one byte per unit, the high half dropped
   void Dec(std::int32_t value);
   void Dec(std::int32_t value, unsigned width);  // zero-filled
-  void Timestamp(const ce::SYSTEMTIME& time);    // YYYYMMDDThhmmssZ
-  void XmlHeader();                              // the XML declaration and a line feed
+  void Unsigned(std::uint32_t value);
+  void Timestamp(const ce::SYSTEMTIME& time);  // YYYYMMDDThhmmssZ
+  void XmlHeader();                            // the XML declaration and a line feed
 
   // Leaves the next bytes as the send buffer held them.
   void Skip(std::uint32_t count);
@@ -41,8 +43,11 @@ class CReplyWriter {
   void SendCounted(std::uint16_t dataLen, std::uint32_t outLen);
   // A reply that is one 32-bit result.
   void SendResult(std::uint32_t result);
+  // The same with the data length left as the send buffer held it.
+  void SendResultUncounted(std::uint32_t result);
 
  private:
+  void Decimal(const CDecimal& decimal, unsigned width);
   void StoreU16(std::uint32_t at, std::uint16_t value);
   bool Take(std::uint32_t count);
 

@@ -47,4 +47,10 @@ inline constexpr std::uint32_t kResultOk = 0;
 inline constexpr std::uint32_t kResultRefused = 0xFFFFFFFF;
 inline constexpr std::uint32_t kResultTooLarge = 0x8007000E;  // the reply did not fit: E_OUTOFMEMORY
 
+// A 32-bit number of a request's data.
+constexpr std::uint32_t ReadU32(const std::uint8_t* at) {
+  return static_cast<std::uint32_t>(at[0]) << 24 | static_cast<std::uint32_t>(at[1]) << 16 |
+         static_cast<std::uint32_t>(at[2]) << 8 | at[3];
+}
+
 }  // namespace wire

@@ -1,4 +1,4 @@
-// Module 4: the phone's appointments.
+// Module 4: the phone's appointments, for reading only.
 #pragma once
 
 #include "agent/modules/pim/ItemModule.h"
@@ -8,4 +8,7 @@ class CAgendaModule : public CItemModule {
   explicit CAgendaModule(CAgentEngine& engine) : CItemModule(engine) {}
   bool Construct() { return OpenFolder(ce::olFolderCalendar); }
   void HandleCommand(std::int32_t command) override;
+
+ private:
+  void GetAppointmentXml(CReplyWriter& reply);
 };

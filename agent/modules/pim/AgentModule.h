@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <span>
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ReplyWriter.h"
@@ -57,6 +58,12 @@ class CAgentModule {
     CReplyWriter reply({m_pReply, wire::kBodyRoom}, m_pEngine->GetOutBufLen());
     reply.ModuleId(id);
     return reply;
+  }
+
+  // The request's data. Chosen: a length field that reaches beyond the frame counts up to the frame's end.
+  std::span<const std::uint8_t> RequestData() const {
+    const std::uint32_t frame = std::max(m_pEngine->GetPktBufLen(), wire::kDataAt);
+    return {m_pFrame + wire::kDataAt, std::min(m_pEngine->GetPktDataLen(), frame - wire::kDataAt)};
   }
 
   CAgentEngine* m_pEngine;

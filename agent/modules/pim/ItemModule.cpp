@@ -49,3 +49,24 @@ void CItemModule::GetItemCount(CReplyWriter& reply) {
   reply.U32(static_cast<std::uint32_t>(count));
   reply.Send();
 }
+
+CComReference<ce::IDispatch> CItemModule::GetRequestedItem(CReplyWriter& reply) {
+  CComReference<ce::IDispatch> item;
+  const std::span<const std::uint8_t> data = RequestData();
+  if (m_pItems == nullptr) {
+    reply.SendResult(wire::kResultRefused);
+  } else if (data.size() != 4) {
+    // Kept(malformed-item-request-leaves-length): the reply's length field is what the send buffer held at its place.
+    reply.SendResultUncounted(wire::kResultRefused);
+  } else {
+    // Chosen: an answer of 0 without an item is refused.
+    const ce::HRESULT result = m_pItems->Item(static_cast<ce::INT>(wire::ReadU32(data.data())), item.Receive());
+    if (result < 0) {
+      item.Reset();
+      reply.SendResult(static_cast<std::uint32_t>(result));
+    } else if (!item) {
+      reply.SendResult(wire::kResultRefused);
+    }
+  }
+  return item;
+}

@@ -2,6 +2,7 @@
 // 3 and 5 over one open collection of its items.
 #pragma once
 
+#include "agent/engine/ComReference.h"
 #include "agent/modules/pim/AgentModule.h"
 #include "platform/PocketOutlook.h"
 
@@ -18,6 +19,10 @@ class CItemModule : public CAgentModule {
   void OpenItems(CReplyWriter& reply);
   void CloseItems(CReplyWriter& reply);
   void GetItemCount(CReplyWriter& reply);
+
+  // The item at the 1-based place that the request's four bytes tell, as the dual interface of its kind. Null when
+  // there is none; the reply has then been sent.
+  CComReference<ce::IDispatch> GetRequestedItem(CReplyWriter& reply);
 
   ce::IFolder* m_pFolder = nullptr;
   ce::IPOutlookItemCollection* m_pItems = nullptr;  // null while closed

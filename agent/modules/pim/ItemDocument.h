@@ -1,0 +1,25 @@
+// Lines of the documents of one item.
+#pragma once
+
+#include <string_view>
+
+#include "agent/engine/ReplyWriter.h"
+
+namespace item_document {
+
+// "  <name>", what write() puts into the reply, "</name>" and a line feed.
+template <class Write>
+void Element(CReplyWriter& reply, std::string_view name, Write write) {
+  reply.Text("  <");
+  reply.Text(name);
+  reply.Text(">");
+  write();
+  reply.Text("</");
+  reply.Text(name);
+  reply.Text(">\n");
+}
+
+// A date of the phone as its calendar has it, without a shift between time zones. Chosen: one that is none has zeros.
+void Date(CReplyWriter& reply, std::string_view name, ce::DATE date);
+
+}  // namespace item_document
