@@ -12,10 +12,13 @@ namespace {
 // Of a tag or a text, in UTF-8. Chosen: a document with a longer one is refused.
 constexpr std::int32_t kLongestToken = 255;
 
-// Whether the tag is "<name>", or "</name>" when prefix says so.
-bool IsTag(std::string_view tag, std::string_view prefix, std::string_view name) {
-  return tag.size() == prefix.size() + name.size() + 1 && tag.starts_with(prefix) && tag.ends_with('>') &&
-         tag.substr(prefix.size(), name.size()) == name;
+// Whether the tag is the opening, the name and ">", and nothing else.
+bool IsTag(std::string_view tag, std::string_view opening, std::string_view name) {
+  if (tag.size() != opening.size() + name.size() + 1 || !tag.starts_with(opening) || !tag.ends_with('>')) {
+    return false;
+  }
+  tag.remove_prefix(opening.size());
+  return tag.starts_with(name);
 }
 bool Opens(std::string_view tag, std::string_view name) { return IsTag(tag, "<", name); }
 bool Closes(std::string_view tag, std::string_view name) { return IsTag(tag, "</", name); }
