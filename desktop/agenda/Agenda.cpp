@@ -11,13 +11,13 @@ Agenda::Agenda(Session& session) : items_(session, wire::kAgenda) {}
 Appointment Agenda::Get(uint32_t position) {
   const Result read = items_.Ask(wire::kGetItem, position);
   if (read.code == wire::kRefusedResult)
-    throw Failure(Exit::kRefused, fmt::format("appointment {}: the phone refuses to read it", position));
+    throw ItemFailure(Exit::kRefused, fmt::format("appointment {}: the phone refuses to read it", position));
   if (read.code != 0)
-    throw Failure(Exit::kPhoneError, fmt::format("appointment {}: {}", position, PhoneErrorText(read.code)));
+    throw ItemFailure(Exit::kPhoneError, fmt::format("appointment {}: {}", position, PhoneErrorText(read.code)));
   try {
     return ReadAppointment({reinterpret_cast<const char*>(read.data.data()), read.data.size()});
   } catch (const Failure& failure) {
-    throw Failure(failure.code(), fmt::format("appointment {}: {}", position, failure.what()));
+    throw ItemFailure(failure.code(), fmt::format("appointment {}: {}", position, failure.what()));
   }
 }
 

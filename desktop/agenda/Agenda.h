@@ -6,13 +6,18 @@
 
 namespace brelix {
 
+// One appointment cannot be read; the link is as good as before.
+class ItemFailure : public Failure {
+  using Failure::Failure;
+};
+
 class Agenda {
  public:
   explicit Agenda(Session& session);
 
   uint32_t Count() { return items_.Count(); }
-  // The appointment at a position from 1 to Count(). What the phone cannot read of its own is a phone error that names
-  // the position; the others can still be read.
+  // The appointment at a position from 1 to Count(). Throws an ItemFailure that names the position when the phone does
+  // not tell it, or says something that is no appointment.
   Appointment Get(uint32_t position);
 
  private:

@@ -1,5 +1,6 @@
 #include "desktop/cli/Commands.h"
 
+#include "desktop/cli/AgendaCommands.h"
 #include "desktop/cli/CallCommands.h"
 #include "desktop/cli/DeviceCommands.h"
 #include "desktop/cli/FileCommands.h"
@@ -16,6 +17,7 @@ constexpr Group kGroups[] = {
     {"info", DeclareInfo},
     {"status", DeclareStatus},
     {"clock", DeclareClock},
+    {"agenda", DeclareAgenda},
     {"calls", DeclareCalls},
     {"messages", DeclareMessages},
     {"sms", DeclareSms},

@@ -43,37 +43,37 @@ void AddTexts(icalcomponent* event, const Appointment& item) {
     Add(event, icalproperty_new_categories(CleanText(category).c_str()));
 }
 
-void AddBusy(icalcomponent* event, BusyStatus status, std::vector<std::string>& losses) {
+void AddBusy(icalcomponent* event, BusyStatus status, std::vector<std::string>& notes) {
   static constexpr const char* kWords[] = {nullptr, "FREE", "TENTATIVE", "BUSY", "OOF"};
   const char* word = kWords[static_cast<int>(status)];
   if (word == nullptr) {
-    losses.emplace_back("its busy status is unknown");
+    notes.emplace_back("its busy status is unknown");
     return;
   }
   Add(event, icalproperty_new_transp(status == BusyStatus::kFree ? ICAL_TRANSP_TRANSPARENT : ICAL_TRANSP_OPAQUE));
   AddX(event, "X-MICROSOFT-CDO-BUSYSTATUS", word);
 }
 
-void AddSensitivity(icalcomponent* event, Sensitivity sensitivity, std::vector<std::string>& losses) {
+void AddSensitivity(icalcomponent* event, Sensitivity sensitivity, std::vector<std::string>& notes) {
   static constexpr const char* kWords[] = {nullptr, "PUBLIC", "X-PERSONAL", "PRIVATE", "CONFIDENTIAL"};
   if (const char* word = kWords[static_cast<int>(sensitivity)])
     Add(event, icalproperty_new_from_string(fmt::format("CLASS:{}", word).c_str()));
   else
-    losses.emplace_back("its sensitivity is unknown");
+    notes.emplace_back("its sensitivity is unknown");
 }
 
-void AddMeeting(icalcomponent* event, MeetingStatus status, std::vector<std::string>& losses) {
-  if (status == MeetingStatus::kUnknown) losses.emplace_back("its meeting status is unknown");
+void AddMeeting(icalcomponent* event, MeetingStatus status, std::vector<std::string>& notes) {
+  if (status == MeetingStatus::kUnknown) notes.emplace_back("its meeting status is unknown");
   if (status == MeetingStatus::kCanceled) Add(event, icalproperty_new_status(ICAL_STATUS_CANCELLED));
   if (status == MeetingStatus::kMeeting) AddX(event, "X-BRELIX-MEETING", "MEETING");
   if (status == MeetingStatus::kAccepted) AddX(event, "X-BRELIX-MEETING", "ACCEPTED");
 }
 
-void AddReminder(icalcomponent* event, const Appointment& item, std::vector<std::string>& losses) {
+void AddReminder(icalcomponent* event, const Appointment& item, std::vector<std::string>& notes) {
   if (!item.reminder_set) return;
   const int64_t minutes = item.reminder_minutes.value_or(kMostReminder + 1);
   if (std::llabs(minutes) > kMostReminder) {
-    losses.emplace_back("its reminder has no time that makes sense");
+    notes.emplace_back("its reminder has no time that makes sense");
     return;
   }
   icalcomponent* alarm = icalcomponent_new_valarm();
@@ -87,13 +87,13 @@ void AddReminder(icalcomponent* event, const Appointment& item, std::vector<std:
   icalcomponent_add_component(event, alarm);
 }
 
-void AddTimes(icalcomponent* event, const Span& span, std::vector<std::string>& losses) {
+void AddTimes(icalcomponent* event, const Span& span, std::vector<std::string>& notes) {
   Add(event, icalproperty_new_dtstart(span.start));
   // An event without an end lasts no time at all.
   if (icaltime_compare(span.end, span.start) > 0) Add(event, icalproperty_new_dtend(span.end));
   if (!span.rule.empty())
     Add(event, icalproperty_new_rrule(icalrecurrencetype_from_string((span.rule + span.rule_end).c_str())));
-  losses.insert(losses.end(), span.losses.begin(), span.losses.end());
+  notes.insert(notes.end(), span.notes.begin(), span.notes.end());
 }
 
 }  // namespace
@@ -102,18 +102,20 @@ ExportedEvent ToEvent(const Appointment& item, const std::string& phone, const i
   ExportedEvent out;
   const std::optional<Span> span = SpanOf(item);
   if (!span) {
-    out.losses.emplace_back("it has no start that is a date");
+    out.complete = false;
+    out.notes.emplace_back("it is left out, since it has no start that is a date");
     return out;
   }
+  out.complete = !span->dates_lost;
   const Component event(icalcomponent_new_vevent());
   Add(event.get(), icalproperty_new_uid(fmt::format("agenda-{}@{}.brelix", item.oid, phone).c_str()));
   Add(event.get(), icalproperty_new_dtstamp(now));
-  AddTimes(event.get(), *span, out.losses);
+  AddTimes(event.get(), *span, out.notes);
   AddTexts(event.get(), item);
-  AddBusy(event.get(), item.busy_status, out.losses);
-  AddSensitivity(event.get(), item.sensitivity, out.losses);
-  AddMeeting(event.get(), item.meeting_status, out.losses);
-  AddReminder(event.get(), item, out.losses);
+  AddBusy(event.get(), item.busy_status, out.notes);
+  AddSensitivity(event.get(), item.sensitivity, out.notes);
+  AddMeeting(event.get(), item.meeting_status, out.notes);
+  AddReminder(event.get(), item, out.notes);
   out.text = Owned(icalcomponent_as_ical_string_r(event.get()));
   return out;
 }

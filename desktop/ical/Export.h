@@ -14,8 +14,9 @@
 namespace brelix::ical {
 
 struct ExportedEvent {
-  std::string text;                 // lines folded and ended as the standard says; empty when it cannot be exported
-  std::vector<std::string> losses;  // what of the appointment is not in the text, and why
+  std::string text;                // lines folded and ended as the standard says; empty when it cannot be exported
+  bool complete = true;            // false when dates are missing, one or all of them
+  std::vector<std::string> notes;  // what of the appointment is not in the text, and why
 };
 
 // `phone` tells the phones apart whose events may meet in one calendar; with the appointment's own number it makes the

@@ -21,10 +21,10 @@ icaltimetype AllDayEnd(const icaltimetype& start, const Appointment& item) {
   return icaltime_compare(end, next) < 0 ? next : end;
 }
 
-icaltimetype TimedEnd(const icaltimetype& start, const Appointment& item, std::vector<std::string>& losses) {
+icaltimetype TimedEnd(const icaltimetype& start, const Appointment& item, std::vector<std::string>& notes) {
   const icaltimetype end = item.end ? ToIcal(*item.end, false) : start;
   if (!item.end || !Exists(end) || icaltime_compare(end, start) < 0) {
-    losses.emplace_back("it has no end behind its start");
+    notes.emplace_back("it has no end behind its start");
     return start;
   }
   return end;
@@ -60,9 +60,10 @@ void AddPattern(Span& span, const Recurrence& pattern, bool all_day) {
     if (MoveToFirst(span, pattern)) return;
     why_not = "its pattern yields no date";
   }
+  span.dates_lost = true;
   span.rule.clear();
   span.rule_end.clear();
-  span.losses.push_back(fmt::format("only one occurrence is kept, since {}", why_not));
+  span.notes.push_back(fmt::format("only one occurrence is kept, since {}", why_not));
 }
 
 }  // namespace
@@ -72,7 +73,7 @@ std::optional<Span> SpanOf(const Appointment& item) {
   Span span;
   span.start = ToIcal(*item.start, item.all_day);
   if (!Exists(span.start)) return std::nullopt;
-  span.end = item.all_day ? AllDayEnd(span.start, item) : TimedEnd(span.start, item, span.losses);
+  span.end = item.all_day ? AllDayEnd(span.start, item) : TimedEnd(span.start, item, span.notes);
   if (item.recurrence) AddPattern(span, *item.recurrence, item.all_day);
   return span;
 }

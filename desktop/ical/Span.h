@@ -13,8 +13,9 @@ namespace brelix::ical {
 // Start and end of the first occurrence; dates for all-day appointments, whose end is the day after the last one.
 struct Span {
   icaltimetype start, end;
-  std::string rule, rule_end;  // both empty for what happens once
-  std::vector<std::string> losses;
+  std::string rule, rule_end;      // both empty for what happens once
+  bool dates_lost = false;         // it happens more than once, but only the first time can be told
+  std::vector<std::string> notes;  // what was not as it should be
 };
 
 // Nothing when the phone tells no start that is a date. Phones may end an all-day appointment with its last minute or
