@@ -1,7 +1,5 @@
 #include "desktop/agenda/Agenda.h"
 
-#include <fmt/format.h>
-
 #include "desktop/Wire.h"
 
 namespace brelix {
@@ -10,15 +8,9 @@ Agenda::Agenda(Session& session) : items_(session, wire::kAgenda) {}
 
 Appointment Agenda::Get(uint32_t position) {
   const Result read = items_.Ask(wire::kGetItem, position);
-  if (read.code == wire::kRefusedResult)
-    throw ItemFailure(Exit::kRefused, fmt::format("appointment {}: the phone refuses to read it", position));
-  if (read.code != 0)
-    throw ItemFailure(Exit::kPhoneError, fmt::format("appointment {}: {}", position, PhoneErrorText(read.code)));
-  try {
-    return ReadAppointment({reinterpret_cast<const char*>(read.data.data()), read.data.size()});
-  } catch (const Failure& failure) {
-    throw ItemFailure(failure.code(), fmt::format("appointment {}: {}", position, failure.what()));
-  }
+  if (read.code == wire::kRefusedResult) throw Failure(Exit::kRefused, "the phone refuses to read its calendar");
+  if (read.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
+  return ReadAppointment({reinterpret_cast<const char*>(read.data.data()), read.data.size()});
 }
 
 }  // namespace brelix

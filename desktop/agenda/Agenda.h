@@ -6,18 +6,13 @@
 
 namespace brelix {
 
-// One appointment cannot be read; the link is as good as before.
-class ItemFailure : public Failure {
-  using Failure::Failure;
-};
-
 class Agenda {
  public:
   explicit Agenda(Session& session);
 
   uint32_t Count() { return items_.Count(); }
-  // The appointment at a position from 1 to Count(). Throws an ItemFailure that names the position when the phone does
-  // not tell it, or says something that is no appointment.
+  // The appointment at a position from 1 to Count(). What the phone cannot read of its own is a phone error, and
+  // a document that is no appointment breaks the protocol; the others can still be read.
   Appointment Get(uint32_t position);
 
  private:

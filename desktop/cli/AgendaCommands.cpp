@@ -9,6 +9,7 @@
 #include "desktop/Text.h"
 #include "desktop/agenda/Agenda.h"
 #include "desktop/agenda/AppointmentJson.h"
+#include "desktop/cli/BadItems.h"
 #include "desktop/cli/Progress.h"
 #include "desktop/ical/Export.h"
 #include "desktop/ical/Span.h"
@@ -48,26 +49,25 @@ bool Chosen(const AgendaRequest& request, const Appointment& item) {
   return !span || ical::FallsWithin(*span, request.from, request.to);
 }
 
-// Gives every appointment that is asked for to `use`, with its position. One that cannot be read is told, and the
-// others follow all the same.
+// Gives every appointment that is asked for to `use`, with its position; false from it says that something is missing.
 template <typename Use>
 Exit ForEach(Context& context, const AgendaRequest& request, Use use) {
   Agenda agenda(context.session);
   const uint32_t count = agenda.Count();
   Progress progress("agenda", count);
-  Exit outcome = Exit::kOk;
-  for (uint32_t position = 1; position <= count; position++) {
-    try {
-      const Appointment item = agenda.Get(position);
-      if (Chosen(request, item) && !use(position, item)) outcome = Exit::kPartial;
-    } catch (const ItemFailure& failure) {
-      Complain(failure.what());
-      outcome = Exit::kPartial;
-    }
+  BadItems bad("appointment");
+  bool complete = true;
+  uint32_t position = 0;
+  const auto next = [&]() -> std::optional<Appointment> {
+    if (position == count) return std::nullopt;
     progress.Advance();
-    if (position == UINT32_MAX) break;
-  }
-  return outcome;
+    return agenda.Get(++position);
+  };
+  bad.Run(next, [&](const Appointment& item) {
+    if (Chosen(request, item) && !use(position, item)) complete = false;
+  });
+  const Exit outcome = bad.Outcome();
+  return complete ? outcome : Exit::kPartial;
 }
 
 Json Indexed(uint32_t position, const Appointment& item) {
@@ -112,9 +112,17 @@ std::optional<std::string> Reminder(const Appointment& item) {
   return fmt::format("{} minutes before", *item.reminder_minutes);
 }
 
+Appointment ReadOne(Session& session, uint32_t position) {
+  try {
+    return Agenda(session).Get(position);
+  } catch (const Failure& failure) {
+    throw Failure(failure.code(), fmt::format("appointment {}: {}", position, failure.what()));
+  }
+}
+
 Exit ShowOne(Context& context, const AgendaRequest& request) {
   context.phone.Start();
-  const Appointment item = Agenda(context.session).Get(request.position);
+  const Appointment item = ReadOne(context.session, request.position);
   const Json object = Indexed(request.position, item);
   if (context.options.json) {
     WriteToStdout(JsonLine(object));
