@@ -10,6 +10,7 @@
 #include "handset/store/JsonFields.h"
 #include "handset/store/MailDescription.h"
 #include "handset/store/NearMatch.h"
+#include "handset/store/PimDescription.h"
 #include "handset/store/RegistryDescription.h"
 #include "handset/store/SmsDescription.h"
 #include "handset/store/TimeText.h"
@@ -171,8 +172,8 @@ json PrintFault(const FaultRule& rule) {
 
 Description ParseDescription(const json& source) {
   const JsonNode node(source);
-  node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "messageBoxes", "faults", "calls",
-                   "accounts", "sms", "outbox"});
+  node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "contacts", "appointments",
+                   "messageBoxes", "faults", "calls", "accounts", "sms", "outbox"});
   Description description;
   if (const auto schema = node.Find("$schema")) schema->String();
   ReadList(node, "lines", description.lines, ParseLine);
@@ -181,6 +182,7 @@ Description ParseDescription(const json& source) {
   if (const auto power = node.Find("power")) description.power = ParsePower(*power);
   if (const auto clock = node.Find("clock")) description.clock = ParseClock(*clock);
   if (const auto registry = node.Find("registry")) description.registry = ParseRegistry(*registry);
+  ParseItems(node, description.contacts, description.appointments);
   ReadList(node, "messageBoxes", description.messageBoxes, ParseAnswer);
   ReadList(node, "faults", description.faults, ParseFault);
   ReadList(node, "calls", description.calls, ParseCall);
@@ -212,6 +214,8 @@ json PrintDescription(const Description& description) {
             {"queryFails", power.queryFails}}},
           {"clock", PrintClock(description.clock)},
           {"registry", PrintRegistry(description.registry)},
+          {"contacts", PrintList(description.contacts, PrintContact)},
+          {"appointments", PrintList(description.appointments, PrintAppointment)},
           {"messageBoxes", PrintList(description.messageBoxes, PrintAnswer)},
           {"faults", PrintList(description.faults, PrintFault)},
           {"calls", PrintList(description.calls, PrintCall)},

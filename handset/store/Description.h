@@ -12,6 +12,8 @@
 
 #include "handset/Faults.h"
 #include "handset/Text.h"
+#include "handset/pim/Appointment.h"
+#include "handset/pim/Contact.h"
 #include "handset/store/FileTime.h"
 #include "handset/system/Clock.h"
 #include "handset/system/MessageBoxes.h"
@@ -157,6 +159,8 @@ struct Description {
   Power power;
   ClockSetting clock;
   std::vector<RegistryKey> registry;
+  std::vector<Contact> contacts;
+  std::vector<Appointment> appointments;
   std::vector<BoxAnswer> messageBoxes;
   std::vector<FaultRule> faults;
   std::vector<CallEntry> calls;

@@ -43,13 +43,12 @@ void JsonNode::Misfit(const std::string& expected, const std::string& found) con
 
 void JsonNode::Misfit(const std::string& expected) const { Misfit(expected, Shown(m_json)); }
 
-void JsonNode::NeedObject(std::initializer_list<std::string_view> members) const {
+void JsonNode::NeedObject(std::span<const std::string_view> members) const {
   if (!m_json.is_object()) Misfit("an object");
   for (const auto& [name, value] : m_json.items()) {
     if (std::ranges::find(members, name) != members.end()) continue;
-    const std::vector<std::string_view> known(members);
     JsonNode(value, m_pointer + PointerPart(name))
-        .Misfit(fmt::format("one of {}", fmt::join(known, ", ")), Shown(name) + NearMatches(name, known));
+        .Misfit(fmt::format("one of {}", fmt::join(members, ", ")), Shown(name) + NearMatches(name, members));
   }
 }
 

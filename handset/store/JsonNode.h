@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -21,7 +22,10 @@ class JsonNode {
   [[noreturn]] void Misfit(const std::string& expected) const;
 
   // An object with no other members than these.
-  void NeedObject(std::initializer_list<std::string_view> members) const;
+  void NeedObject(std::span<const std::string_view> members) const;
+  void NeedObject(std::initializer_list<std::string_view> members) const {
+    NeedObject(std::span(members.begin(), members.size()));
+  }
   std::optional<JsonNode> Find(std::string_view member) const;
   JsonNode Need(std::string_view member) const;
 

@@ -4,6 +4,7 @@
 
 #include "handset/store/CallRows.h"
 #include "handset/store/MailRows.h"
+#include "handset/store/PimRows.h"
 #include "handset/store/RegistryDescription.h"
 #include "handset/store/RowValues.h"
 #include "handset/store/SmsRows.h"
@@ -101,6 +102,7 @@ void InsertDescription(Database& database, const Description& description) {
            line.radioOff, line.operationUnavailable);
   }
   InsertRegistry(database, description.registry);
+  InsertItems(database, description.contacts, description.appointments);
   for (const BoxAnswer& box : description.messageBoxes) {
     Insert(database, "INSERT INTO message_box_answer (caption, contains, answer) VALUES (?, ?, ?)", box.caption,
            box.contains, box.answer);
@@ -121,6 +123,8 @@ Description SelectDescription(const Database& database) {
           .power = SelectPower(database),
           .clock = SelectClock(database),
           .registry = SelectRegistry(database),
+          .contacts = SelectContacts(database),
+          .appointments = SelectAppointments(database),
           .messageBoxes = SelectMessageBoxes(database),
           .faults = SelectFaults(database),
           .calls = SelectCalls(database),

@@ -1,37 +1,55 @@
 #include "handset/store/TimeText.h"
 
+#include <algorithm>
 #include <fmt/format.h>
+#include <initializer_list>
+
+#include "handset/com/Automation.h"
 
 namespace handset {
 
 namespace {
 
-// The number in the digits at a place, or nothing when they are no digits.
-std::optional<unsigned> Digits(std::string_view text, std::size_t at, std::size_t count) {
-  unsigned number = 0;
-  for (const char c : text.substr(at, count)) {
-    if (c < '0' || c > '9') return std::nullopt;
-    number = number * 10 + static_cast<unsigned>(c - '0');
+constexpr std::string_view kMarks = "____-__-__T__:__:__.___";
+constexpr std::size_t kDateSize = 10;
+constexpr std::size_t kTimeSize = 19;
+
+// The parts of a text that has one of these sizes; their ranges are not looked at.
+std::optional<ce::SYSTEMTIME> Parts(std::string_view text, std::initializer_list<std::size_t> sizes) {
+  if (std::ranges::find(sizes, text.size()) == sizes.end()) return std::nullopt;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool fits = kMarks[i] == '_' ? text[i] >= '0' && text[i] <= '9' : text[i] == kMarks[i];
+    if (!fits) return std::nullopt;
   }
-  return number;
+  const auto number = [&](std::size_t at, std::size_t count) {
+    ce::WORD value = 0;
+    for (std::size_t i = at; i < std::min(at + count, text.size()); ++i) {
+      value = static_cast<ce::WORD>(value * 10 + (text[i] - '0'));
+    }
+    return value;
+  };
+  return ce::SYSTEMTIME{.wYear = number(0, 4),
+                        .wMonth = number(5, 2),
+                        .wDayOfWeek = 0,
+                        .wDay = number(8, 2),
+                        .wHour = number(11, 2),
+                        .wMinute = number(14, 2),
+                        .wSecond = number(17, 2),
+                        .wMilliseconds = number(20, 3)};
 }
 
 }  // namespace
 
 std::optional<LocalTime> ParseTime(std::string_view text) {
   using namespace std::chrono;
-  constexpr std::string_view kMarks = "____-__-__T__:__:__.___";
-  if (text.size() != 19 && text.size() != kMarks.size()) return std::nullopt;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (kMarks[i] != '_' && kMarks[i] != text[i]) return std::nullopt;
+  const auto parts = Parts(text, {kTimeSize, kMarks.size()});
+  if (!parts || parts->wYear < 1601 || parts->wHour > 23 || parts->wMinute > 59 || parts->wSecond > 59) {
+    return std::nullopt;
   }
-  const auto y = Digits(text, 0, 4), mo = Digits(text, 5, 2), d = Digits(text, 8, 2);
-  const auto h = Digits(text, 11, 2), mi = Digits(text, 14, 2), s = Digits(text, 17, 2);
-  const auto ms = text.size() > 19 ? Digits(text, 20, 3) : 0;
-  if (!y || !mo || !d || !h || !mi || !s || !ms || *h > 23 || *mi > 59 || *s > 59) return std::nullopt;
-  const year_month_day date{year(static_cast<int>(*y)), month(*mo), day(*d)};
-  if (!date.ok() || *y < 1601) return std::nullopt;
-  return local_days(date) + hours(*h) + minutes(*mi) + seconds(*s) + milliseconds(*ms);
+  const year_month_day date(year(parts->wYear), month(parts->wMonth), day(parts->wDay));
+  if (!date.ok()) return std::nullopt;
+  return local_days(date) + hours(parts->wHour) + minutes(parts->wMinute) + seconds(parts->wSecond) +
+         milliseconds(parts->wMilliseconds);
 }
 
 std::string PrintTime(LocalTime time) {
@@ -42,6 +60,19 @@ std::string PrintTime(LocalTime time) {
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}", static_cast<int>(date.year()),
                      static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), clock.hours().count(),
                      clock.minutes().count(), clock.seconds().count(), clock.subseconds().count());
+}
+
+std::optional<double> ParseDate(std::string_view text) {
+  const auto parts = Parts(text, {kDateSize, kTimeSize});
+  return parts ? ToDate(*parts) : std::nullopt;
+}
+
+std::optional<std::string> PrintDate(double date) {
+  const auto time = ToSystemTime(date);
+  if (!time || ToDate(*time) != date) return std::nullopt;
+  const std::string day = fmt::format("{:04}-{:02}-{:02}", time->wYear, time->wMonth, time->wDay);
+  if (time->wHour == 0 && time->wMinute == 0 && time->wSecond == 0) return day;
+  return fmt::format("{}T{:02}:{:02}:{:02}", day, time->wHour, time->wMinute, time->wSecond);
 }
 
 }  // namespace handset

@@ -50,11 +50,123 @@ CREATE TABLE IF NOT EXISTS registry_value (
   UNIQUE (key, folded)
 ) STRICT;
 
--- Contacts and appointments by their Pocket Outlook folder.
+-- Contacts and appointments by their Pocket Outlook folder; object ids are never given twice.
 CREATE TABLE IF NOT EXISTS item (
   oid INTEGER PRIMARY KEY AUTOINCREMENT,
   folder INTEGER NOT NULL
 ) STRICT;
+
+-- Columns with the names of properties have their values. Dates are days since 1899-12-30 in local time; a text that is
+-- null was never put.
+CREATE TABLE IF NOT EXISTS contact (
+  oid INTEGER PRIMARY KEY REFERENCES item (oid) ON DELETE CASCADE,
+  Birthday REAL,
+  Anniversary REAL,
+  FirstName TEXT,
+  MiddleName TEXT,
+  LastName TEXT,
+  HomeTelephoneNumber TEXT,
+  Home2TelephoneNumber TEXT,
+  MobileTelephoneNumber TEXT,
+  CarTelephoneNumber TEXT,
+  RadioTelephoneNumber TEXT,
+  BusinessTelephoneNumber TEXT,
+  Business2TelephoneNumber TEXT,
+  HomeFaxNumber TEXT,
+  BusinessFaxNumber TEXT,
+  PagerNumber TEXT,
+  Email1Address TEXT,
+  Email2Address TEXT,
+  Email3Address TEXT,
+  AssistantName TEXT,
+  AssistantTelephoneNumber TEXT,
+  CompanyName TEXT,
+  Department TEXT,
+  OfficeLocation TEXT,
+  JobTitle TEXT,
+  Spouse TEXT,
+  Children TEXT,
+  Categories TEXT,
+  WebPage TEXT,
+  Title TEXT,
+  Suffix TEXT,
+  HomeAddressStreet TEXT,
+  HomeAddressCity TEXT,
+  HomeAddressState TEXT,
+  HomeAddressPostalCode TEXT,
+  HomeAddressCountry TEXT,
+  OtherAddressStreet TEXT,
+  OtherAddressCity TEXT,
+  OtherAddressState TEXT,
+  OtherAddressPostalCode TEXT,
+  OtherAddressCountry TEXT,
+  BusinessAddressStreet TEXT,
+  BusinessAddressCity TEXT,
+  BusinessAddressState TEXT,
+  BusinessAddressPostalCode TEXT,
+  BusinessAddressCountry TEXT,
+  FileAs TEXT,
+  Body TEXT,
+  ManagerName TEXT,
+  NickName TEXT,
+  AccountName TEXT,
+  IM1Address TEXT,
+  IM2Address TEXT,
+  IM3Address TEXT,
+  CustomerID TEXT,
+  GovernmentIDNumber TEXT,
+  get_props_answers INTEGER NOT NULL DEFAULT 0,
+  empty_picture_opens INTEGER NOT NULL DEFAULT 0
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS contact_picture (
+  contact INTEGER PRIMARY KEY REFERENCES contact (oid) ON DELETE CASCADE,
+  data BLOB NOT NULL
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS appointment (
+  oid INTEGER PRIMARY KEY REFERENCES item (oid) ON DELETE CASCADE,
+  Subject TEXT NOT NULL,
+  Location TEXT NOT NULL,
+  Categories TEXT NOT NULL,
+  Body TEXT NOT NULL,
+  "Start" REAL NOT NULL,
+  "End" REAL NOT NULL,
+  Duration INTEGER NOT NULL,
+  AllDayEvent INTEGER NOT NULL,
+  BusyStatus INTEGER NOT NULL,
+  Sensitivity INTEGER NOT NULL,
+  MeetingStatus INTEGER NOT NULL,
+  ReminderSet INTEGER NOT NULL,
+  ReminderSoundFile TEXT NOT NULL,
+  ReminderMinutesBeforeStart INTEGER NOT NULL,
+  ReminderOptions INTEGER NOT NULL
+) STRICT;
+
+-- Of appointments that recur. Reading a null fails.
+CREATE TABLE IF NOT EXISTS recurrence (
+  appointment INTEGER PRIMARY KEY REFERENCES appointment (oid) ON DELETE CASCADE,
+  RecurrenceType INTEGER NOT NULL,
+  PatternStartDate REAL NOT NULL,
+  StartTime REAL NOT NULL,
+  EndTime REAL NOT NULL,
+  PatternEndDate REAL,
+  NoEndDate INTEGER NOT NULL,
+  Occurrences INTEGER,
+  Interval INTEGER,
+  DayOfWeekMask INTEGER,
+  DayOfMonth INTEGER NOT NULL,
+  MonthOfYear INTEGER NOT NULL,
+  Instance INTEGER NOT NULL,
+  Duration INTEGER NOT NULL
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS recipient (
+  id INTEGER PRIMARY KEY,
+  appointment INTEGER NOT NULL REFERENCES appointment (oid) ON DELETE CASCADE,
+  name TEXT NOT NULL
+) STRICT;
+CREATE INDEX IF NOT EXISTS recipient_of_appointment ON recipient (appointment);
 
 CREATE TABLE IF NOT EXISTS message_box_answer (
   position INTEGER PRIMARY KEY,

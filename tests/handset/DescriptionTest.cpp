@@ -37,6 +37,19 @@ const json& OddPhone() {
         {"name": "empty", "type": "none", "data": {"hex": ""}},
         {"name": "odd", "type": 21, "data": {"hex": "00FF"}}]},
       {"key": "HKU\\leaf", "values": []}],
+    "contacts": [
+      {"oid": 2, "Body": null},
+      {"oid": 4294967294, "Birthday": "1850-02-28", "Anniversary": 1e300, "FirstName": {"utf16": "DC00D800"},
+       "FileAs": "", "ManagerName": "", "GovernmentIDNumber": "\u00e9\u0000\ud83d\ude00", "Picture": "AP+A",
+       "getPropsAnswers": 5, "emptyPictureOpens": true}],
+    "appointments": [
+      {"oid": 1, "Subject": {"utf16": "D83D"}, "Location": "", "Categories": "a, b", "Body": "<&", "Start": "1899-12-29T06:00:00",
+       "End": "2009-07-12T13:45:01", "Duration": -2147483648, "AllDayEvent": true, "BusyStatus": 9, "Sensitivity": 4,
+       "MeetingStatus": 2, "ReminderSet": true, "ReminderSoundFile": "x.wav", "ReminderMinutesBeforeStart": -5,
+       "ReminderOptions": 31, "Recipients": ["a@x.example", ""],
+       "Recurrence": {"RecurrenceType": 4, "PatternStartDate": "4501-01-01", "StartTime": 0.123456789, "EndTime": 3000000.5,
+         "PatternEndDate": null, "NoEndDate": false, "Occurrences": null, "Interval": null, "DayOfWeekMask": null,
+         "DayOfMonth": 31, "MonthOfYear": 13, "Instance": 5, "Duration": 7}}],
     "messageBoxes": [{"caption": "Question", "contains": "radio", "answer": "yes"}, {"answer": "no"}],
     "faults": [
       {"call": "RegOpenKeyExW", "result": "0x00000005", "skip": 2, "times": 3},
@@ -104,6 +117,16 @@ TEST(Description, a_misfit_names_its_place_and_makes_nothing) {
        "/registry/0/values/0/data", "hex"},
       {R"({"registry": [{"key": "HKLM", "values": [{"name": "a", "type": "sz", "data": {"hex": "4"}}]}]})",
        "/registry/0/values/0/data/hex", "two hexadecimal digits"},
+      {R"({"contacts": [{"Firstname": "A"}]})", "/contacts/0/Firstname", "did you mean FirstName"},
+      {R"({"contacts": [{"FirstName": null}]})", "/contacts/0/FirstName", "a text"},
+      {R"({"contacts": [{"Birthday": "1975-02-29"}]})", "/contacts/0/Birthday", "1975-04-09"},
+      {R"({"contacts": [{"Picture": "QUI"}]})", "/contacts/0/Picture", "base64"},
+      {R"({"contacts": [{"Picture": "QUJ="}]})", "/contacts/0/Picture", "base64"},
+      {R"({"contacts": [{}, {"oid": 7}], "appointments": [{"oid": 7, "Start": 1}]})", "/appointments/0/oid",
+       "no other"},
+      {R"({"appointments": [{"End": "2009-01-01"}]})", "/appointments/0", "\"Start\""},
+      {R"({"appointments": [{"Start": 0, "End": 1e9}]})", "/appointments/0/End", "close to the start"},
+      {R"({"appointments": [{"Start": 0, "Recurrence": {}}]})", "/appointments/0/Recurrence", "\"RecurrenceType\""},
       {R"({"messageBoxes": [{"answer": "maybe"}]})", "/messageBoxes/0/answer", "\"yes\", \"no\" or \"ok\""},
       {R"({"faults": [{"call": "RegOpenKeyEx"}]})", "/faults/0", "did you mean RegOpenKeyExW"},
       {R"({"faults": [{"call": "Sleep"}]})", "/faults/0", "Sleep cannot fail"},
@@ -145,6 +168,26 @@ TEST(Description, folders_are_not_without_end) {
   test::TemporaryFolder place;
   EXPECT_THROW(Handset::Init(place.Path() / "phone", {{"accounts", {{{"folders", {folder}}}}}}), DescriptionError);
   Handset::Init(place.Path() / "phone", {{"accounts", {{{"folders", folder["folders"]}}}}});
+}
+
+TEST(Description, items_get_the_object_ids_and_times_that_nobody_gave) {
+  test::BarePhone phone(json::parse(R"({
+    "contacts": [{"LastName": "First"}, {"oid": 1}, {"LastName": "Third"}],
+    "appointments": [
+      {"Start": "2009-07-13T09:00:00", "Duration": 45,
+       "Recurrence": {"RecurrenceType": 1, "DayOfWeekMask": 2, "Occurrences": 5}},
+      {"Start": "2009-07-14", "End": "2009-07-16", "AllDayEvent": true, "Recurrence": {"RecurrenceType": 0}}]})"));
+  const json printed = phone->Describe();
+  EXPECT_EQ(printed["contacts"], json::parse(R"([{"oid": 1}, {"oid": 2, "LastName": "First"},
+                                                 {"oid": 3, "LastName": "Third"}])"));
+  const json& weekly = printed["appointments"][0];
+  EXPECT_EQ(weekly["oid"], 4);
+  EXPECT_EQ(weekly["End"], "2009-07-13T09:45:00");
+  EXPECT_EQ(weekly["Recurrence"]["PatternStartDate"], "2009-07-13");
+  EXPECT_EQ(weekly["Recurrence"]["StartTime"], "1899-12-30T09:00:00");
+  EXPECT_EQ(weekly["Recurrence"]["NoEndDate"], false);
+  EXPECT_EQ(printed["appointments"][1]["Duration"], 2880);
+  EXPECT_EQ(printed["appointments"][1]["Recurrence"]["NoEndDate"], true);
 }
 
 TEST(Description, an_error_in_a_file_names_the_file_and_the_line) {

@@ -65,7 +65,7 @@ TEST_F(Store, refuses_a_database_it_must_not_use_and_leaves_it_alone) {
   ExpectRefused(m_phone, "no such table");
 }
 
-// A phone of the first version as it stood on the disk, with a line and an item that somebody put there by hand.
+// A phone of the first version as it stood on the disk.
 constexpr const char* kFirstVersion = R"sql(
   PRAGMA journal_mode = WAL;
   CREATE TABLE device (
@@ -94,7 +94,6 @@ constexpr const char* kFirstVersion = R"sql(
   INSERT INTO registry_key VALUES (1, 0, 'HKCR', 'hkcr'), (2, 0, 'HKCU', 'hkcu'), (3, 0, 'HKLM', 'hklm'),
     (4, 0, 'HKU', 'hku'), (5, 3, 'Owner', 'owner');
   INSERT INTO registry_value VALUES (1, 5, 'Age', 'age', 4, x'2A000000');
-  INSERT INTO item VALUES (3, 10), (4, 9);
   PRAGMA application_id = 0x70686F6E;
   PRAGMA user_version = 1;
 )sql";

@@ -1,0 +1,33 @@
+// The tables of Pocket Outlook. All functions throw SQLite::Exception.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <vector>
+
+#include "handset/pim/Appointment.h"
+#include "handset/pim/Contact.h"
+
+namespace handset {
+
+void InsertItems(SQLite::Database& database, const std::vector<Contact>& contacts,
+                 const std::vector<Appointment>& appointments);
+// Whole, by object id.
+std::vector<Contact> SelectContacts(const SQLite::Database& database);
+std::vector<Appointment> SelectAppointments(const SQLite::Database& database);
+
+// The object ids of a folder, rising.
+std::vector<std::uint32_t> SelectOids(const SQLite::Database& database, std::int32_t folder);
+std::optional<std::int32_t> SelectFolder(const SQLite::Database& database, std::uint32_t oid);
+// False when there is none.
+bool DeleteItem(SQLite::Database& database, std::uint32_t oid);
+
+// Without its picture.
+std::optional<Contact> SelectContact(const SQLite::Database& database, std::uint32_t oid);
+Bytes SelectPicture(const SQLite::Database& database, std::uint32_t contact);
+// Stores a contact without its picture, and gives it an object id if it has none. False when it is not there any more.
+bool PutContact(SQLite::Database& database, Contact& contact);
+void PutPicture(SQLite::Database& database, std::uint32_t contact, const Bytes& picture);
+
+std::optional<Appointment> SelectAppointment(const SQLite::Database& database, std::uint32_t oid);
+
+}  // namespace handset
