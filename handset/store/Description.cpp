@@ -2,8 +2,10 @@
 
 #include <fmt/format.h>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "handset/Errors.h"
 #include "handset/store/CallDescription.h"
@@ -224,11 +226,44 @@ json PrintDescription(const Description& description) {
           {"outbox", PrintList(description.outbox, PrintOutboxMessage)}};
 }
 
+namespace {
+
+// The library keeps the last of two equal keys without a word; to a person the first would be lost.
+class NoKeyTwice {
+ public:
+  explicit NoKeyTwice(std::string file) : m_file(std::move(file)) {}
+
+  bool operator()(int, json::parse_event_t event, const json& parsed) {
+    switch (event) {
+      case json::parse_event_t::object_start:
+        m_keys.emplace_back();
+        break;
+      case json::parse_event_t::object_end:
+        m_keys.pop_back();
+        break;
+      case json::parse_event_t::key:
+        if (!m_keys.back().insert(parsed.get<std::string>()).second)
+          throw DescriptionError({}, "each key once in an object", parsed.dump() + " twice", m_file);
+        break;
+      default:
+        break;
+    }
+    return true;
+  }
+
+ private:
+  const std::string m_file;
+  std::vector<std::set<std::string>> m_keys;
+};
+
+}  // namespace
+
 json ReadDescriptionFile(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   if (!in) throw DescriptionError({}, "a file that can be read", "none", file.string());
   try {
-    return json::parse(in);
+    NoKeyTwice keys(file.string());
+    return json::parse(in, std::ref(keys));
   } catch (const json::parse_error& error) {
     // The library's text gives line and column; its own number in front says nothing to a person.
     const std::string_view text = error.what();

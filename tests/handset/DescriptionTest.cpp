@@ -205,6 +205,8 @@ TEST(Description, an_error_in_a_file_names_the_file_and_the_line) {
   const std::string syntax = message("{\n \"os\": {,}\n}");
   EXPECT_EQ(syntax.find(file.string()), 0U) << syntax;
   EXPECT_NE(syntax.find("line 2, column 9"), std::string::npos) << syntax;
+  const std::string twice = message(R"({"os": {"major": 5}, "memory": {"major": 1}, "os": {}})");
+  EXPECT_NE(twice.find("\"os\" twice"), std::string::npos) << twice;
   const std::string misfit = message(R"({"os": []})");
   EXPECT_EQ(misfit, file.string() + ": /os: expected an object, found []");
   std::filesystem::remove(file);
