@@ -6,6 +6,7 @@
 #include "desktop/cli/FileCommands.h"
 #include "desktop/cli/MessageCommands.h"
 #include "desktop/cli/RawCommand.h"
+#include "desktop/cli/RegistryCommands.h"
 #include "desktop/cli/SmsCommands.h"
 
 namespace brelix::cli {
@@ -22,6 +23,7 @@ constexpr Group kGroups[] = {
     {"messages", DeclareMessages},
     {"sms", DeclareSms},
     {"files", DeclareFiles},
+    {"registry", DeclareRegistry},
     {"raw", DeclareRaw},
 };
 // clang-format on

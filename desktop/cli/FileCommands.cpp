@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <memory>
+#include <utility>
 
 #include "desktop/Text.h"
 #include "desktop/cli/Progress.h"

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "desktop/files/EntryFailure.h"
+#include "desktop/EntryFailure.h"
 #include "desktop/files/LocalName.h"
 
 namespace brelix {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "desktop/FrameCodec.h"
-#include "desktop/files/EntryFailure.h"
+#include "desktop/EntryFailure.h"
 
 namespace brelix {
 
