@@ -176,6 +176,8 @@ Exit ExportFile(Context& context, const AgendaRequest& request) {
     if (!event.text.empty()) events++;
     return event.complete;
   });
+  if (events == 0 && outcome != Exit::kOk)
+    throw Failure(Exit::kPhoneError, fmt::format("nothing can be exported; {} is as it was", request.file));
   file.Write(ical::CalendarEnd());
   file.Commit();
   if (request.file == "-") return outcome;

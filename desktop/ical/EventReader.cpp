@@ -219,8 +219,7 @@ void EventReader::ReadAlarms(Appointment& item) {
     item.reminder_minutes = minutes;
     for (icalproperty* x = icalcomponent_get_first_property(alarm, ICAL_X_PROPERTY); x != nullptr;
          x = icalcomponent_get_next_property(alarm, ICAL_X_PROPERTY))
-      if (TextOf(icalproperty_get_x_name(x)) == "X-BRELIX-SOUND")
-        item.reminder_sound = TextOf(icalproperty_get_x(x));
+      if (TextOf(icalproperty_get_x_name(x)) == "X-BRELIX-SOUND") item.reminder_sound = TextOf(icalproperty_get_x(x));
   }
   if (more > 0) Note(fmt::format("{} of its alarms left out: a phone keeps one, at or before the start", more));
 }

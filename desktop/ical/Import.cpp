@@ -37,13 +37,16 @@ class Reading {
 
   ImportedCalendar Finish(size_t lines) {
     for (const auto& [zone, events] : zones_)
-      Note(lines, zone == "UTC" ? fmt::format("times in UTC became the phone's local time ({} events)", events)
-                                : fmt::format("times in {} are kept as they are written ({} events)", zone, events));
+      Note(lines, zone == "UTC"
+                      ? fmt::format("times in UTC became the phone's local time, in {} of its events", events)
+                      : fmt::format("times in {} are kept as they are written, in {} of its events", zone, events));
     return std::move(out_);
   }
 
  private:
-  void Note(size_t line, const std::string& text) { out_.notes.push_back(Printable(fmt::format("{}:{}: {}", name_, line, text))); }
+  void Note(size_t line, const std::string& text) {
+    out_.notes.push_back(Printable(fmt::format("{}:{}: {}", name_, line, text)));
+  }
 
   const std::string name_;
   const UtcToLocal& to_local_;

@@ -18,7 +18,9 @@ nlohmann::json ReadDescription(const std::filesystem::path& file) {
 }
 
 // Each source adds its part. What it cannot read is thrown before anything is made.
-void Import(const InitSources&, nlohmann::json&) {}
+void Import(const InitSources& sources, nlohmann::json& description) {
+  if (!sources.agenda.empty()) ImportAgenda(sources.agenda, description);
+}
 
 // What goes into the finished folder rather than into the description.
 void Complete(const InitSources&, const std::filesystem::path&) {}

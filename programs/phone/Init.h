@@ -8,6 +8,7 @@ namespace brelix_phone {
 // More sources: a member, an option in Main.cpp, a line in Init.cpp's Import or Complete, a file in import/.
 struct InitSources {
   std::filesystem::path description;  // JSON; a phone of defaults where it is empty
+  std::filesystem::path agenda;       // iCalendar
 };
 
 // Makes the folder, or throws and leaves nothing. What a source holds and a phone cannot is told on standard error.

@@ -5,3 +5,10 @@
 
 #include <filesystem>
 #include <nlohmann/json_fwd.hpp>
+
+namespace brelix_phone {
+
+// Appointments of an iCalendar file. Times in UTC become local by the described phone's clock.
+void ImportAgenda(const std::filesystem::path& file, nlohmann::json& description);
+
+}  // namespace brelix_phone
