@@ -2,6 +2,7 @@
 
 #include "desktop/cli/AgendaCommands.h"
 #include "desktop/cli/CallCommands.h"
+#include "desktop/cli/ContactCommands.h"
 #include "desktop/cli/DeviceCommands.h"
 #include "desktop/cli/FileCommands.h"
 #include "desktop/cli/MessageCommands.h"
@@ -18,6 +19,7 @@ constexpr Group kGroups[] = {
     {"info", DeclareInfo},
     {"status", DeclareStatus},
     {"clock", DeclareClock},
+    {"contacts", DeclareContacts},
     {"agenda", DeclareAgenda},
     {"calls", DeclareCalls},
     {"messages", DeclareMessages},

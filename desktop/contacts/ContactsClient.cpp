@@ -9,20 +9,27 @@ namespace brelix {
 
 Contact ContactsClient::At(uint32_t position) {
   const Result result = items_.Ask(wire::kGetItem, position);
-  if (result.code != 0)
-    throw Failure(result.code == wire::kRefusedResult ? Exit::kRefused : Exit::kPhoneError,
-                  fmt::format("{}: the contact at position {} cannot be read: {}", session_.address(), position,
-                              PhoneErrorText(result.code)));
-  return ReadContactDocument({reinterpret_cast<const char*>(result.data.data()), result.data.size()});
+  const auto fail = [&](Exit code, const std::string& why) {
+    throw ContactFailure(
+        code, fmt::format("{}: the contact at position {} cannot be read: {}", session_.address(), position, why));
+  };
+  if (result.code == wire::kRefusedResult) fail(Exit::kRefused, "the phone refused it");
+  if (result.code != 0) fail(Exit::kPhoneError, PhoneErrorText(result.code));
+  try {
+    return ReadContactDocument({reinterpret_cast<const char*>(result.data.data()), result.data.size()});
+  } catch (const Failure& broken) {
+    fail(Exit::kProtocol, broken.what());
+    throw;
+  }
 }
 
 void ContactsClient::NeedSuccess(const Result& result, uint32_t oid, const char* what) const {
   if (result.code == 0) return;
   const std::string contact = oid == 0 ? "a new contact" : fmt::format("contact {}", oid);
-  if (result.code == wire::kRefusedResult)
-    throw Failure(Exit::kRefused, fmt::format("{}: {} was refused for {}", session_.address(), what, contact));
-  throw Failure(Exit::kPhoneError, fmt::format("{}: {} failed for {}: {}", session_.address(), what, contact,
-                                               PhoneErrorText(result.code)));
+  const bool refused = result.code == wire::kRefusedResult;
+  throw ContactFailure(refused ? Exit::kRefused : Exit::kPhoneError,
+                       fmt::format("{}: {} {}: {}", session_.address(), what, contact,
+                                   refused ? "the phone refused it" : PhoneErrorText(result.code)));
 }
 
 uint32_t ContactsClient::Put(uint32_t oid, const Contact& contact, EmptyFileAs file_as) {
@@ -40,18 +47,18 @@ void ContactsClient::Delete(uint32_t oid) { NeedSuccess(items_.Ask(wire::kDelete
 
 void ContactsClient::SetPicture(uint32_t oid, ByteView picture, const std::function<void(size_t)>& sent) {
   if (picture.size() > wire::kMaxPicture)
-    throw Failure(Exit::kWouldLoseData,
-                  fmt::format("the picture has {} bytes; a phone takes at most {}", picture.size(), wire::kMaxPicture));
+    throw ContactFailure(Exit::kWouldLoseData, fmt::format("the picture has {} bytes; a phone takes at most {}",
+                                                           picture.size(), wire::kMaxPicture));
   // What an earlier desktop uploaded and never set would become the beginning of ours. Setting it for nobody, which is
   // refused, makes the phone forget it.
   session_.AskResult(kModule, wire::kSetPicture);
   size_t done = 0;
   for (const ByteView chunk : PictureChunks(picture)) {
-    NeedSuccess(session_.AskResult(kModule, wire::kAppendPicture, chunk), oid, "sending a picture");
+    NeedSuccess(session_.AskResult(kModule, wire::kAppendPicture, chunk), oid, "sending the picture of");
     done += chunk.size();
     if (sent) sent(done);
   }
-  NeedSuccess(items_.Ask(wire::kSetPicture, oid), oid, "setting the picture");
+  NeedSuccess(items_.Ask(wire::kSetPicture, oid), oid, "setting the picture of");
 }
 
 }  // namespace brelix

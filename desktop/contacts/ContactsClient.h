@@ -12,6 +12,13 @@
 
 namespace brelix {
 
+// What concerns one contact only. The session is as good as before, and the next contact may be asked for.
+class ContactFailure : public Failure {
+ public:
+  using Failure::Failure;
+};
+
+// Failures that are no ContactFailure end the work.
 class ContactsClient {
  public:
   // Opens the collection; the session is opened already. Contacts that are made or deleted from here on may move the
