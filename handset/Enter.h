@@ -29,11 +29,12 @@ Result Fail(ce::DWORD code) {
   } else if constexpr (kReports == Reports::Null) {
     return Result{};
   } else {
-    // These two answer a count or a state, for which 0 is a success.
-    constexpr bool kAllOnes =
-        kReports == Reports::SocketError || kCall == Call::ResumeThread || kCall == Call::WaitForSingleObject;
+    // These answer a count, a state or the handle of a file, all ones for none.
+    constexpr bool kAllOnes = kReports == Reports::SocketError || kCall == Call::ResumeThread ||
+                              kCall == Call::WaitForSingleObject || kCall == Call::FindFirstFileExW ||
+                              kCall == Call::CreateFileW;
     SetLastError(code);
-    return kAllOnes ? static_cast<Result>(~0U) : Result{};
+    return kAllOnes ? static_cast<Result>(~std::uintptr_t{0}) : Result{};
   }
 }
 

@@ -19,6 +19,7 @@ enum class Held : std::uint8_t {
   kSocket,
   kCallLog,
   kFile,
+  kFileListing,
   kComReference,
   kHeapBlock,
   kSystemString,

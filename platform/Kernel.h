@@ -20,8 +20,6 @@ inline constexpr DWORD DLL_PROCESS_ATTACH = 1;
 inline constexpr DWORD DLL_THREAD_ATTACH = 2;
 inline constexpr DWORD DLL_THREAD_DETACH = 3;
 
-struct SECURITY_ATTRIBUTES;
-
 // winbase.h, Windows CE form: 276 bytes, to be written into dwOSVersionInfoSize before the call.
 struct OSVERSIONINFOW {
   DWORD dwOSVersionInfoSize;

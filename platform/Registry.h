@@ -24,6 +24,13 @@ LONG RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, DWORD access, HKEY* 
 // needed length there.
 LONG RegQueryValueExW(HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size)
     CE_SYMBOL("RegQueryValueExW");
+// Subkeys by their number from 0, in any order; ERROR_NO_MORE_ITEMS behind the last. nameSize: characters, in the room
+// at name, out the name's length without its terminator. ERROR_MORE_DATA when the name does not fit.
+LONG RegEnumKeyExW(HKEY key, DWORD index, WCHAR* name, DWORD* nameSize, DWORD* reserved, WCHAR* className,
+                   DWORD* classSize, FILETIME* lastWrite) CE_SYMBOL("RegEnumKeyExW");
+// Values likewise. data and dataSize may be null.
+LONG RegEnumValueW(HKEY key, DWORD index, WCHAR* name, DWORD* nameSize, DWORD* reserved, DWORD* type, BYTE* data,
+                   DWORD* dataSize) CE_SYMBOL("RegEnumValueW");
 LONG RegCloseKey(HKEY key) CE_SYMBOL("RegCloseKey");
 
 }  // namespace ce

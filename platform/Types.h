@@ -44,10 +44,17 @@ inline constexpr HRESULT E_INVALIDARG = Hresult(0x80070057);
 
 inline constexpr LONG ERROR_SUCCESS = 0;
 inline constexpr LONG ERROR_FILE_NOT_FOUND = 2;
+inline constexpr LONG ERROR_PATH_NOT_FOUND = 3;
+inline constexpr LONG ERROR_ACCESS_DENIED = 5;
 inline constexpr LONG ERROR_INVALID_HANDLE = 6;
 inline constexpr LONG ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr LONG ERROR_NO_MORE_FILES = 18;
+inline constexpr LONG ERROR_READ_FAULT = 30;
+inline constexpr LONG ERROR_SHARING_VIOLATION = 32;
 inline constexpr LONG ERROR_INVALID_PARAMETER = 87;
+inline constexpr LONG ERROR_INVALID_NAME = 123;
 inline constexpr LONG ERROR_MORE_DATA = 234;
+inline constexpr LONG ERROR_NO_MORE_ITEMS = 259;
 
 // winnt.h: what a file or a stream is opened for.
 inline constexpr DWORD GENERIC_READ = 0x80000000;
@@ -63,6 +70,8 @@ struct GUID {
 };
 using IID = GUID;
 using CLSID = GUID;
+
+struct SECURITY_ATTRIBUTES;
 
 struct FILETIME {
   DWORD dwLowDateTime;

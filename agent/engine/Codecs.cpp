@@ -26,29 +26,8 @@ std::uint32_t CAgentEngine::Utf8ToUtf16(const std::uint8_t* source, char16_t* de
   if (capacity == 0) {
     return 0;
   }
-  std::uint32_t read = 0;
-  std::uint32_t written = 0;
-  while (written + 1 < capacity && source[read] != 0) {
-    const std::uint8_t* at = source + read;
-    std::uint32_t unit = 0;
-    if (at[0] < 0x80) {
-      unit = at[0];
-      read += 1;
-    } else if (at[0] >= 0xC0 && at[0] <= 0xDF) {
-      unit = ((at[0] - 0xC0U) << 6) + (at[1] - 0x80U);
-      read += 2;
-    } else if (at[0] >= 0xE0 && at[0] <= 0xEF) {
-      unit = ((at[0] & 0x0FU) << 12) + ((at[1] - 0x80U) << 6) + (at[2] - 0x80U);
-      read += 3;
-    } else {
-      // Kept(stray-byte-fills-with-question-marks): a byte that begins no character is never got past; "?" fills the
-      // destination up to its bound.
-      unit = u'?';
-    }
-    dest[written++] = static_cast<char16_t>(unit);
-  }
-  dest[written] = 0;
-  return read;
+  return codecs::DecodeUtf8([source](std::uint32_t place) { return std::uint32_t{source[place]}; },
+                            std::span(dest, capacity));
 }
 
 // Whole and broken groups of three bytes, no line breaks, no terminator.

@@ -1,7 +1,9 @@
 // How the platform's texts become wire text: the pieces that the engine's codecs and the reply writer share.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace codecs {
@@ -30,6 +32,42 @@ constexpr void EncodeUtf8(std::u16string_view text, Put put) {
       put(static_cast<std::uint8_t>(0x80 + (c & 0x3F)));
     }
   }
+}
+
+// How many bytes that makes.
+constexpr std::uint32_t Utf8Size(std::u16string_view text) {
+  std::uint32_t size = 0;
+  EncodeUtf8(text, [&size](std::uint8_t) { ++size; });
+  return size;
+}
+
+// Makes units of the bytes that byteAt(place) gives, up to a byte 0 where a character would begin or until dest is full
+// but for the terminator, which is always written. Returns the bytes consumed. Continuation bytes are not checked.
+template <class ByteAt>
+constexpr std::uint32_t DecodeUtf8(ByteAt byteAt, std::span<char16_t> dest) {
+  std::uint32_t read = 0;
+  std::size_t written = 0;
+  while (written + 1 < dest.size() && byteAt(read) != 0) {
+    const std::uint32_t first = byteAt(read);
+    std::uint32_t unit = 0;
+    if (first < 0x80) {
+      unit = first;
+      read += 1;
+    } else if (first >= 0xC0 && first <= 0xDF) {
+      unit = ((first - 0xC0U) << 6) + (byteAt(read + 1) - 0x80U);
+      read += 2;
+    } else if (first >= 0xE0 && first <= 0xEF) {
+      unit = ((first & 0x0FU) << 12) + ((byteAt(read + 1) - 0x80U) << 6) + (byteAt(read + 2) - 0x80U);
+      read += 3;
+    } else {
+      // Kept(stray-byte-fills-with-question-marks): a byte that begins no character is never got past; "?" fills the
+      // destination up to its bound.
+      unit = u'?';
+    }
+    dest[written++] = static_cast<char16_t>(unit);
+  }
+  dest[written] = 0;
+  return read;
 }
 
 constexpr bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }

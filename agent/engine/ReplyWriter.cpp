@@ -38,9 +38,17 @@ void CReplyWriter::U16(std::uint16_t value) {
 
 void CReplyWriter::U32(std::uint32_t value) {
   if (Take(4)) {
-    StoreU16(m_used - 4, static_cast<std::uint16_t>(value >> 16));
-    StoreU16(m_used - 2, static_cast<std::uint16_t>(value));
+    StoreU32(m_used - 4, value);
   }
+}
+
+std::uint32_t CReplyWriter::DataLen() const { return m_used - wire::kBodyDataAt; }
+
+void CReplyWriter::SetResult(std::uint32_t result) { StoreU32(wire::kBodyDataAt, result); }
+
+void CReplyWriter::StoreU32(std::uint32_t at, std::uint32_t value) {
+  StoreU16(at, static_cast<std::uint16_t>(value >> 16));
+  StoreU16(at + 2, static_cast<std::uint16_t>(value));
 }
 
 void CReplyWriter::StoreU16(std::uint32_t at, std::uint16_t value) {
@@ -106,8 +114,6 @@ void CReplyWriter::Send() { SendCounted(static_cast<std::uint16_t>(m_used - wire
 
 void CReplyWriter::SendCounted(std::uint16_t dataLen, std::uint32_t outLen) {
   if (m_overflowed) {
-    m_overflowed = false;
-    m_used = wire::kBodyDataAt;
     SendResult(wire::kResultTooLarge);
     return;
   }
@@ -116,6 +122,8 @@ void CReplyWriter::SendCounted(std::uint16_t dataLen, std::uint32_t outLen) {
 }
 
 void CReplyWriter::SendResult(std::uint32_t result) {
+  m_overflowed = false;
+  m_used = wire::kBodyDataAt;
   U32(result);
   Send();
 }

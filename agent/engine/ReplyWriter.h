@@ -37,11 +37,18 @@ class CReplyWriter {
   // Leaves the next bytes as the send buffer held them.
   void Skip(std::uint32_t count);
 
+  // How many data bytes were written, the result among them.
+  std::uint32_t DataLen() const;
+  // The room behind what was written, for a platform call to fill; Skip then counts what it filled.
+  std::span<std::uint8_t> Rest() const { return m_room.subspan(m_used); }
+  // Another result in place of the one that the data began with.
+  void SetResult(std::uint32_t result);
+
   // Counts what was written: data length (its low 16 bits) and out length agree.
   void Send();
   // For the few replies whose counts are not what was written.
   void SendCounted(std::uint16_t dataLen, std::uint32_t outLen);
-  // A reply that is one 32-bit result.
+  // A reply that is one 32-bit result; data written before is dropped.
   void SendResult(std::uint32_t result);
   // The same with the data length left as the send buffer held it.
   void SendResultUncounted(std::uint32_t result);
@@ -49,6 +56,7 @@ class CReplyWriter {
  private:
   void Decimal(const CDecimal& decimal, unsigned width);
   void StoreU16(std::uint32_t at, std::uint16_t value);
+  void StoreU32(std::uint32_t at, std::uint32_t value);
   bool Take(std::uint32_t count);
 
   std::span<std::uint8_t> m_room;

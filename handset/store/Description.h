@@ -72,6 +72,12 @@ struct RegistryValue {
   Bytes data;
 };
 
+// A value without its data.
+struct RegistryValueHead {
+  std::u16string name;
+  std::uint32_t type = 0;
+};
+
 struct RegistryKey {
   std::u16string path;  // the root's short name first
   std::vector<RegistryValue> values;

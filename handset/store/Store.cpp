@@ -171,6 +171,16 @@ std::optional<RegistryValue> Store::FindValue(std::int64_t key, std::u16string_v
   return OnDatabase(m_file, [&] { return SelectValue(*m_database, key, name); });
 }
 
+std::vector<std::u16string> Store::GetSubkeys(std::int64_t key) const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectSubkeys(*m_database, key); });
+}
+
+std::vector<RegistryValueHead> Store::GetValueHeads(std::int64_t key) const {
+  const std::lock_guard lock(m_mutex);
+  return OnDatabase(m_file, [&] { return SelectValueHeads(*m_database, key); });
+}
+
 std::string Store::GetKeyPath(std::int64_t key) const {
   const std::lock_guard lock(m_mutex);
   return OnDatabase(m_file, [&] {

@@ -45,6 +45,9 @@ class Store {
   // The key at a path below a key, in any case; an empty path is the key itself.
   std::optional<std::int64_t> FindKey(std::int64_t key, std::u16string_view path) const;
   std::optional<RegistryValue> FindValue(std::int64_t key, std::u16string_view name) const;
+  // In the order in which they were made.
+  std::vector<std::u16string> GetSubkeys(std::int64_t key) const;
+  std::vector<RegistryValueHead> GetValueHeads(std::int64_t key) const;
   // For people.
   std::string GetKeyPath(std::int64_t key) const;
 

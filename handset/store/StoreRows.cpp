@@ -207,6 +207,22 @@ std::optional<std::int64_t> SelectKey(const Database& database, std::int64_t par
   return row.getColumn(0).getInt64();
 }
 
+std::vector<std::u16string> SelectSubkeys(const Database& database, std::int64_t key) {
+  Statement rows(database, "SELECT name FROM registry_key WHERE parent = ? ORDER BY id");
+  Bind(rows, 1, key);
+  std::vector<std::u16string> names;
+  while (rows.executeStep()) names.push_back(Text(rows.getColumn(0)));
+  return names;
+}
+
+std::vector<RegistryValueHead> SelectValueHeads(const Database& database, std::int64_t key) {
+  Statement rows(database, "SELECT name, type FROM registry_value WHERE key = ? ORDER BY id");
+  Bind(rows, 1, key);
+  std::vector<RegistryValueHead> heads;
+  while (rows.executeStep()) heads.push_back({Text(rows.getColumn(0)), Number<std::uint32_t>(rows.getColumn(1))});
+  return heads;
+}
+
 std::optional<RegistryValue> SelectValue(const Database& database, std::int64_t key, std::u16string_view name) {
   Statement row(database, "SELECT name, type, data FROM registry_value WHERE key = ? AND folded = ?");
   Bind(row, 1, key);

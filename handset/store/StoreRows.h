@@ -19,6 +19,8 @@ std::vector<BoxAnswer> SelectMessageBoxes(const SQLite::Database& database);
 std::vector<FaultRule> SelectFaults(const SQLite::Database& database);
 
 std::optional<std::int64_t> SelectKey(const SQLite::Database& database, std::int64_t parent, std::u16string_view name);
+std::vector<std::u16string> SelectSubkeys(const SQLite::Database& database, std::int64_t key);
+std::vector<RegistryValueHead> SelectValueHeads(const SQLite::Database& database, std::int64_t key);
 std::optional<RegistryValue> SelectValue(const SQLite::Database& database, std::int64_t key, std::u16string_view name);
 
 }  // namespace handset

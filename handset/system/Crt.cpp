@@ -6,6 +6,7 @@
 #include <string>
 
 #include "handset/Enter.h"
+#include "handset/Text.h"
 #include "handset/net/UniqueFd.h"
 
 using handset::Call;
@@ -63,9 +64,10 @@ FILE* fopen(const char* path, const char* mode) {
     if (binary || wanted.ends_with('t')) wanted.remove_suffix(1);
     for (const Mode& known : kModes) {
       if (known.letter != wanted) continue;
-      auto fd = phone.files.Open(path, known.flags);
-      if (!fd) return nullptr;
-      const auto file = std::make_shared<OpenFile>(std::move(*fd), !binary);
+      const auto text = handset::FromUtf8(path, handset::Surrogates::kAccept);
+      if (!text) return nullptr;
+      handset::UniqueFd fd = phone.files.Open(*text, known.flags, handset::Sharing::kAll);
+      const auto file = std::make_shared<OpenFile>(std::move(fd), !binary);
       return reinterpret_cast<FILE*>(std::uintptr_t{phone.handles.Add(file, path)});
     }
     return nullptr;

@@ -1,24 +1,47 @@
 // The phone's file system: paths such as "\Storage Card\a.txt" in a folder of the host, and never anything outside it.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "handset/net/UniqueFd.h"
 
 namespace handset {
 
+// A file or folder as it was when it was looked at.
+struct FileEntry {
+  std::u16string name;
+  bool isFolder = false;
+  std::uint64_t size = 0;      // bytes, 0 for a folder
+  std::uint64_t accessed = 0;  // in units of 100 ns since 1601, UTC
+  std::uint64_t written = 0;
+};
+
+// What others may do with a file while it is open. Held on the host, so that it holds between processes too.
+enum class Sharing : bool { kNone, kAll };
+
+// Only folders and regular files exist: links, which are never followed, and special files are as if they were not
+// there, and so are names that the phone cannot have. Names are found in any case, as written first. All functions
+// throw Failure with the platform's code.
 class FileRoot {
  public:
   explicit FileRoot(const std::filesystem::path& folder);
 
-  // A regular file, opened or made with the flags of open(2). Nothing when the path is not absolute, names no file,
-  // leaves the root, or meets a link: links are never followed. Names that exist are found in any case.
-  std::optional<UniqueFd> Open(std::string_view path, int flags) const;
+  // A file, opened or made with the flags of open(2). 2 when it is not there, 3 when its folder is not, 5 when it is a
+  // folder or the host refuses, 32 when others have it open in a way that does not go together, 123 for a name that
+  // cannot be.
+  UniqueFd Open(std::u16string_view path, int flags, Sharing sharing) const;
+
+  // What the last part of the path, a name or a pattern, matches, by name; may be nothing. 3 when the folder is not
+  // there, 123 for a name that cannot be.
+  std::vector<FileEntry> Find(std::u16string_view path) const;
 
  private:
+  UniqueFd OpenFolder(const std::vector<std::u16string>& names) const;
+
   UniqueFd m_root;
 };
 

@@ -4,11 +4,14 @@
 #include <cstring>
 
 #include "handset/Enter.h"
+#include "handset/system/FileHandle.h"
 #include "handset/system/Heap.h"
+#include "handset/system/SystemTime.h"
 
 using handset::Call;
 using handset::Enter;
 using handset::Failure;
+using handset::FileHandle;
 using handset::Handset;
 using handset::Held;
 using handset::Phone;
@@ -63,7 +66,8 @@ BOOL CloseHandle(HANDLE object) {
   Phone& phone = ThisPhone();
   const auto id = static_cast<std::uintptr_t>(object);
   const auto close = [&]() -> BOOL {
-    if (!phone.handles.Take<PhoneThread>(id)) throw Failure{ERROR_INVALID_HANDLE};
+    if (!phone.handles.Take<PhoneThread>(id) && !phone.handles.Take<FileHandle>(id))
+      throw Failure{ERROR_INVALID_HANDLE};
     return 1;
   };
   return Enter<Call::CloseHandle>(phone, close, [&] { phone.handles.Refuse(id); });
@@ -75,21 +79,7 @@ LONG InterlockedExchange(LONG* target, LONG value) { return __atomic_exchange_n(
 
 LONG InterlockedExchangeAdd(LONG* target, LONG value) { return __atomic_fetch_add(target, value, __ATOMIC_SEQ_CST); }
 
-void GetLocalTime(SYSTEMTIME* time) {
-  using namespace std::chrono;
-  const handset::LocalTime now = ThisPhone().clock.Now();
-  const auto day = floor<days>(now);
-  const year_month_day date(day);
-  const hh_mm_ss clock(now - day);
-  time->wYear = static_cast<WORD>(static_cast<int>(date.year()));
-  time->wMonth = static_cast<WORD>(static_cast<unsigned>(date.month()));
-  time->wDayOfWeek = static_cast<WORD>(weekday(day).c_encoding());
-  time->wDay = static_cast<WORD>(static_cast<unsigned>(date.day()));
-  time->wHour = static_cast<WORD>(clock.hours().count());
-  time->wMinute = static_cast<WORD>(clock.minutes().count());
-  time->wSecond = static_cast<WORD>(clock.seconds().count());
-  time->wMilliseconds = static_cast<WORD>(clock.subseconds().count());
-}
+void GetLocalTime(SYSTEMTIME* time) { *time = handset::ToSystemTime(ThisPhone().clock.Now()); }
 
 void* LocalAlloc(DWORD flags, DWORD bytes) {
   const auto allocate = [&](const std::shared_ptr<handset::Ledger>& ledger) {

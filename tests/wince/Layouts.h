@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/Files.h"
 #include "platform/Item.h"
 #include "platform/Kernel.h"
 #include "platform/Tapi.h"

@@ -7,6 +7,7 @@
 #include "platform/Automation.h"
 #include "platform/CallLog.h"
 #include "platform/Crt.h"
+#include "platform/Files.h"
 #include "platform/Heap.h"
 #include "platform/Kernel.h"
 #include "platform/Mapi.h"

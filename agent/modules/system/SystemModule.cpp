@@ -1,24 +1,12 @@
 #include "agent/modules/system/SystemModule.h"
 
+#include "agent/engine/Codecs.h"
+#include "agent/modules/system/RegistryKey.h"
 #include "platform/Kernel.h"
-#include "platform/Registry.h"
 
 namespace {
 
-constexpr ce::DWORD kKeyRead = 0x20019;  // KEY_READ of winnt.h
 constexpr std::uint16_t kOpenReplyConstant = 0x02B5;
-
-// Ends a registry key's use with the scope.
-class CKeyOwner {
- public:
-  explicit CKeyOwner(ce::HKEY key) : m_key(key) {}
-  ~CKeyOwner() { ce::RegCloseKey(m_key); }
-  CKeyOwner(const CKeyOwner&) = delete;
-  CKeyOwner& operator=(const CKeyOwner&) = delete;
-
- private:
-  ce::HKEY m_key;
-};
 
 }  // namespace
 
@@ -29,23 +17,31 @@ bool CSystemModule::Construct() {
 }
 
 void CSystemModule::ReadCardFolder() {
-  ce::HKEY key{};
-  if (ce::RegOpenKeyExW(ce::HKEY_LOCAL_MACHINE, u"\\System\\StorageManager\\Profiles\\SDMMC", 0, kKeyRead, &key) !=
-      ce::ERROR_SUCCESS) {
+  CRegistryKey key;
+  if (key.Open(ce::HKEY_LOCAL_MACHINE, u"\\System\\StorageManager\\Profiles\\SDMMC") != ce::ERROR_SUCCESS) {
     return;
   }
-  const CKeyOwner owner(key);
   ce::DWORD size = sizeof m_cardFolder;
-  if (ce::RegQueryValueExW(key, u"Folder", nullptr, nullptr, reinterpret_cast<ce::BYTE*>(m_cardFolder.data()), &size) !=
-      ce::ERROR_SUCCESS) {
+  if (ce::RegQueryValueExW(key.Get(), u"Folder", nullptr, nullptr, reinterpret_cast<ce::BYTE*>(m_cardFolder.data()),
+                           &size) != ce::ERROR_SUCCESS) {
     m_cardFolder[0] = 0;
   }
 }
 
 // The value may fill the buffer without a terminator.
-std::u16string_view CSystemModule::CardFolder() const {
-  const std::u16string_view buffer(m_cardFolder.data(), m_cardFolder.size());
-  return {buffer.data(), std::min(buffer.find(u'\0'), buffer.size())};
+std::u16string_view CSystemModule::CardFolder() const { return TextIn(m_cardFolder); }
+
+std::u16string_view CSystemModule::TextIn(std::span<const char16_t> area) {
+  const std::u16string_view whole(area.data(), area.size());
+  return whole.substr(0, whole.find(u'\0'));
+}
+
+// Chosen: a path that is longer than the area is cut, which no path of a phone can be.
+std::u16string_view CSystemModule::TakePath() {
+  const std::span<const std::uint8_t> data = RequestData();
+  codecs::DecodeUtf8([data](std::uint32_t place) { return place < data.size() ? std::uint32_t{data[place]} : 0; },
+                     m_path);
+  return TextIn(m_path);
 }
 
 void CSystemModule::HandleCommand(std::int32_t command) {
@@ -60,6 +56,16 @@ void CSystemModule::HandleCommand(std::int32_t command) {
       {15, &CSystemModule::PermanentInfo},
       {17, &CSystemModule::VolatileInfo},
       {49, nullptr},
+      {51, &CSystemModule::OpenListing},
+      {53, &CSystemModule::NextListingPart},
+      {55, &CSystemModule::CloseFile},
+      {57, &CSystemModule::OpenFile},
+      {59, &CSystemModule::ReadChunk},
+      {61, &CSystemModule::CloseFile},
+      {93, &CSystemModule::FileDetails},
+      {103, &CSystemModule::EnumerateKeys},
+      {105, &CSystemModule::EnumerateValues},
+      {107, &CSystemModule::ReadValue},
       {145, nullptr},
       {241, nullptr},
       {wire::kHandshakeCommand, &CSystemModule::Handshake},

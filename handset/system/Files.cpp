@@ -1,0 +1,141 @@
+#include "platform/Files.h"
+
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <string>
+
+#include "handset/Enter.h"
+#include "handset/system/FileHandle.h"
+#include "handset/system/SystemTime.h"
+
+using handset::Call;
+using handset::Enter;
+using handset::Failure;
+using handset::FileEntry;
+using handset::FileHandle;
+using handset::Held;
+using handset::Phone;
+using handset::ThisPhone;
+
+namespace {
+
+// What a search found, as it was when it began.
+struct FileListing : handset::HandleObject {
+  explicit FileListing(std::vector<ce::WIN32_FIND_DATAW> found)
+      : HandleObject(Held::kFileListing), matches(std::move(found)) {}
+
+  const std::vector<ce::WIN32_FIND_DATAW> matches;
+  std::size_t next = 1;
+};
+
+ce::FILETIME Halves(std::uint64_t time) { return {static_cast<ce::DWORD>(time), static_cast<ce::DWORD>(time >> 32)}; }
+
+ce::WIN32_FIND_DATAW FindData(const FileEntry& entry, ce::DWORD attributes) {
+  ce::WIN32_FIND_DATAW data{};
+  data.dwFileAttributes = attributes;
+  data.ftCreationTime = data.ftLastWriteTime = Halves(entry.written);
+  data.ftLastAccessTime = Halves(entry.accessed);
+  data.nFileSizeHigh = static_cast<ce::DWORD>(entry.size >> 32);
+  data.nFileSizeLow = static_cast<ce::DWORD>(entry.size);
+  entry.name.copy(data.cFileName, ce::MAX_PATH - 1);
+  return data;
+}
+
+std::vector<ce::WIN32_FIND_DATAW> Search(const Phone& phone, std::u16string_view path) {
+  const std::vector<FileEntry> entries = phone.files.Find(path);
+  std::vector<ce::WIN32_FIND_DATAW> matches;
+  matches.reserve(entries.size());
+  for (const FileEntry& entry : entries) {
+    matches.push_back(FindData(entry, entry.isFolder ? ce::FILE_ATTRIBUTE_DIRECTORY : ce::FILE_ATTRIBUTE_ARCHIVE));
+  }
+  return matches;
+}
+
+std::u16string_view PathOf(ce::LPCWSTR path) { return path != nullptr ? path : std::u16string_view(); }
+
+ce::DWORD ReadUpTo(int fd, void* buffer, ce::DWORD size) {
+  auto* bytes = static_cast<std::uint8_t*>(buffer);
+  ce::DWORD have = 0;
+  while (have < size) {
+    const ssize_t count = read(fd, bytes + have, size - have);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw Failure{ce::ERROR_READ_FAULT};
+    if (count == 0) break;
+    have += static_cast<ce::DWORD>(count);
+  }
+  return have;
+}
+
+}  // namespace
+
+namespace ce {
+
+HANDLE FindFirstFileExW(LPCWSTR path, INT infoLevel, void* data, INT searchOp, void* filter, DWORD flags) {
+  Phone& phone = ThisPhone();
+  return Enter<Call::FindFirstFileExW>(phone, [&] {
+    if (infoLevel != FindExInfoStandard || searchOp != FindExSearchNameMatch || filter != nullptr || flags != 0 ||
+        data == nullptr) {
+      throw Failure{ERROR_INVALID_PARAMETER};
+    }
+    const auto listing = std::make_shared<FileListing>(Search(phone, PathOf(path)));
+    if (listing->matches.empty()) throw Failure{ERROR_NO_MORE_FILES};
+    *static_cast<WIN32_FIND_DATAW*>(data) = listing->matches.front();
+    return HANDLE{phone.handles.Add(listing, handset::ForPeople(PathOf(path)))};
+  });
+}
+
+BOOL FindNextFileW(HANDLE find, WIN32_FIND_DATAW* data) {
+  Phone& phone = ThisPhone();
+  return Enter<Call::FindNextFileW>(phone, [&]() -> BOOL {
+    const auto listing = phone.handles.Find<FileListing>(static_cast<std::uintptr_t>(find));
+    if (!listing) throw Failure{ERROR_INVALID_HANDLE};
+    if (listing->next == listing->matches.size()) throw Failure{ERROR_NO_MORE_FILES};
+    *data = listing->matches[listing->next++];
+    return 1;
+  });
+}
+
+BOOL FindClose(HANDLE find) {
+  Phone& phone = ThisPhone();
+  const auto id = static_cast<std::uintptr_t>(find);
+  const auto close = [&]() -> BOOL {
+    if (!phone.handles.Take<FileListing>(id)) throw Failure{ERROR_INVALID_HANDLE};
+    return 1;
+  };
+  return Enter<Call::FindClose>(phone, close, [&] { phone.handles.Refuse(id); });
+}
+
+HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD, HANDLE) {
+  Phone& phone = ThisPhone();
+  return Enter<Call::CreateFileW>(phone, [&] {
+    if (access != GENERIC_READ || share != 0 || disposition != OPEN_EXISTING) throw Failure{ERROR_INVALID_PARAMETER};
+    handset::UniqueFd file = phone.files.Open(PathOf(path), O_RDONLY, handset::Sharing::kNone);
+    return HANDLE{phone.handles.Add(std::make_shared<FileHandle>(std::move(file)), handset::ForPeople(PathOf(path)))};
+  });
+}
+
+BOOL ReadFile(HANDLE file, void* buffer, DWORD size, DWORD* count, OVERLAPPED*) {
+  Phone& phone = ThisPhone();
+  return Enter<Call::ReadFile>(phone, [&]() -> BOOL {
+    const auto open = phone.handles.Find<FileHandle>(static_cast<std::uintptr_t>(file));
+    if (!open) throw Failure{ERROR_INVALID_HANDLE};
+    *count = ReadUpTo(open->fd.Get(), buffer, size);
+    return 1;
+  });
+}
+
+BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) {
+  Phone& phone = ThisPhone();
+  return Enter<Call::FileTimeToSystemTime>(phone, [&]() -> BOOL {
+    using namespace std::chrono;
+    using Units = duration<std::uint64_t, std::ratio<1, 10000000>>;
+    const Units since1601(std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime);
+    // Times from the upper half of the range on are none.
+    if (since1601.count() >> 63 != 0) throw Failure{ERROR_INVALID_PARAMETER};
+    *time = handset::ToSystemTime(local_days(year(1601) / 1 / 1) + duration_cast<milliseconds>(since1601));
+    return 1;
+  });
+}
+
+}  // namespace ce
