@@ -13,7 +13,6 @@ inline constexpr DWORD FILE_ATTRIBUTE_DIRECTORY = 0x10;
 inline constexpr DWORD FILE_ATTRIBUTE_ARCHIVE = 0x20;
 inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 0x80;
 
-inline constexpr DWORD GENERIC_READ = 0x80000000;
 inline constexpr DWORD OPEN_EXISTING = 3;
 inline constexpr INT FindExInfoStandard = 0;
 inline constexpr INT FindExSearchNameMatch = 0;
