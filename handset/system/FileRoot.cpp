@@ -69,12 +69,10 @@ std::string NameInFolder(const UniqueFd& folder, const std::u16string& asked) {
   return found ? *found : name;
 }
 
-// Windows' clock begins in 1601.
-std::uint64_t FileTime(const timespec& time) {
-  constexpr std::int64_t kSecondsTo1970 = 11644473600;
-  constexpr std::int64_t kUnitsPerSecond = 10000000;
-  const std::int64_t seconds = std::max<std::int64_t>(0, std::int64_t{time.tv_sec} + kSecondsTo1970);
-  return static_cast<std::uint64_t>(seconds * kUnitsPerSecond + time.tv_nsec / 100);
+// The host has times before 1601, the phone has not.
+FileTime TimeOf(const timespec& time) {
+  const std::chrono::seconds seconds(std::max<std::int64_t>(time.tv_sec, -kUnixStart.count()));
+  return ToFileTime(seconds + std::chrono::floor<FileTimeSteps>(std::chrono::nanoseconds(time.tv_nsec)));
 }
 
 // Nothing for what is neither a folder nor a regular file.
@@ -86,8 +84,8 @@ std::optional<FileEntry> LookAt(const UniqueFd& folder, const char* hostName, st
   return FileEntry{.name = std::move(name),
                    .isFolder = isFolder,
                    .size = isFolder ? 0 : static_cast<std::uint64_t>(status.st_size),
-                   .accessed = FileTime(status.st_atim),
-                   .written = FileTime(status.st_mtim)};
+                   .accessed = TimeOf(status.st_atim),
+                   .written = TimeOf(status.st_mtim)};
 }
 
 std::vector<FileEntry> FindPattern(const UniqueFd& folder, const std::u16string& pattern) {

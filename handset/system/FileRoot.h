@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "handset/net/UniqueFd.h"
+#include "handset/store/FileTime.h"
 
 namespace handset {
 
@@ -15,9 +16,9 @@ namespace handset {
 struct FileEntry {
   std::u16string name;
   bool isFolder = false;
-  std::uint64_t size = 0;      // bytes, 0 for a folder
-  std::uint64_t accessed = 0;  // in units of 100 ns since 1601, UTC
-  std::uint64_t written = 0;
+  std::uint64_t size = 0;  // bytes, 0 for a folder
+  FileTime accessed = 0;
+  FileTime written = 0;
 };
 
 // What others may do with a file while it is open. Held on the host, so that it holds between processes too.

@@ -29,13 +29,11 @@ struct FileListing : handset::HandleObject {
   std::size_t next = 1;
 };
 
-ce::FILETIME Halves(std::uint64_t time) { return {static_cast<ce::DWORD>(time), static_cast<ce::DWORD>(time >> 32)}; }
-
 ce::WIN32_FIND_DATAW FindData(const FileEntry& entry, ce::DWORD attributes) {
   ce::WIN32_FIND_DATAW data{};
   data.dwFileAttributes = attributes;
-  data.ftCreationTime = data.ftLastWriteTime = Halves(entry.written);
-  data.ftLastAccessTime = Halves(entry.accessed);
+  data.ftCreationTime = data.ftLastWriteTime = handset::ToRecord(entry.written);
+  data.ftLastAccessTime = handset::ToRecord(entry.accessed);
   data.nFileSizeHigh = static_cast<ce::DWORD>(entry.size >> 32);
   data.nFileSizeLow = static_cast<ce::DWORD>(entry.size);
   entry.name.copy(data.cFileName, ce::MAX_PATH - 1);
@@ -129,11 +127,10 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) {
   Phone& phone = ThisPhone();
   return Enter<Call::FileTimeToSystemTime>(phone, [&]() -> BOOL {
     using namespace std::chrono;
-    using Units = duration<std::uint64_t, std::ratio<1, 10000000>>;
-    const Units since1601(std::uint64_t{fileTime->dwHighDateTime} << 32 | fileTime->dwLowDateTime);
-    // Times from the upper half of the range on are none.
-    if (since1601.count() >> 63 != 0) throw Failure{ERROR_INVALID_PARAMETER};
-    *time = handset::ToSystemTime(local_days(year(1601) / 1 / 1) + duration_cast<milliseconds>(since1601));
+    const handset::FileTime steps = handset::FromRecord(*fileTime);
+    if (steps < 0) throw Failure{ERROR_INVALID_PARAMETER};
+    const auto time1970 = floor<milliseconds>(handset::SinceUnixStart(steps));
+    *time = handset::ToSystemTime(handset::LocalTime(time1970));
     return 1;
   });
 }
