@@ -19,6 +19,7 @@ nlohmann::json ReadDescription(const std::filesystem::path& file) {
 
 // Each source adds its part. What it cannot read is thrown before anything is made.
 void Import(const InitSources& sources, nlohmann::json& description) {
+  if (!sources.contacts.empty()) ImportContacts(sources.contacts, description);
   if (!sources.agenda.empty()) ImportAgenda(sources.agenda, description);
 }
 

@@ -8,6 +8,7 @@ namespace brelix_phone {
 // More sources: a member, an option in Main.cpp, a line in Init.cpp's Import or Complete, a file in import/.
 struct InitSources {
   std::filesystem::path description;  // JSON; a phone of defaults where it is empty
+  std::filesystem::path contacts;     // a vCard file
   std::filesystem::path agenda;       // iCalendar
 };
 

@@ -37,6 +37,7 @@ int Run(int argc, char** argv) {
   init->add_option("DIR", folder, "The folder to make; must not exist or be empty")->required();
   init->add_option("--from", sources.description,
                    "A description in JSON (docs/handset.md); without it, a phone of defaults");
+  init->add_option("--contacts", sources.contacts, "Contacts from a vCard file");
   init->add_option("--agenda", sources.agenda, "Appointments from an iCalendar file");
 
   auto* describe = app.add_subcommand("describe", "Print a phone as JSON; init --from makes the same phone of it");

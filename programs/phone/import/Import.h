@@ -8,6 +8,9 @@
 
 namespace brelix_phone {
 
+// A vCard file as "contacts". A card that is damaged is left out, and told.
+void ImportContacts(const std::filesystem::path& file, nlohmann::json& description);
+
 // Appointments of an iCalendar file. Times in UTC become local by the described phone's clock.
 void ImportAgenda(const std::filesystem::path& file, nlohmann::json& description);
 
