@@ -16,7 +16,6 @@ namespace {
 
 constexpr std::string_view kRoot = "contactentry";
 constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
-constexpr size_t kOidSize = 4;  // in front of the document
 
 // Every element, in the phone's order.
 std::span<const std::string_view> ElementNames() {
@@ -91,7 +90,7 @@ Contact ReadContactDocument(std::string_view document) {
 }
 
 std::string WriteContactDocument(const Contact& contact, EmptyFileAs file_as) {
-  // Without a blank or a line more than needed: a request has room for 16 KiB.
+  // Without a blank or a line more than needed: so a contact whose texts are all as long as they may be fits a request.
   std::string out = fmt::format("{}<{}>", kDeclaration, kRoot);
   for (size_t i = 0; i < kContactFields; i++) {
     const auto field = static_cast<ContactField>(i);
@@ -113,9 +112,6 @@ std::vector<Obstacle> ObstaclesTo(const Contact& contact) {
     if (const size_t size = ToWire(field, text).size(); size > wire::kMaxText)
       found.push_back({name, fmt::format("takes {} bytes of {}", size, wire::kMaxText), true});
   }
-  const size_t room = wire::kMaxRequest - wire::kFrameOverhead - kOidSize;
-  if (const size_t size = WriteContactDocument(contact, EmptyFileAs::kKeep).size(); size > room && found.empty())
-    found.push_back({"the contact", fmt::format("takes {} bytes in all, of {}", size, room)});
   return found;
 }
 
