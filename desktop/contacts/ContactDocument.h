@@ -22,7 +22,7 @@ std::string WriteContactDocument(const Contact& contact, EmptyFileAs file_as);
 
 // Why a contact cannot be written to a phone as it is.
 struct Obstacle {
-  std::string what;  // a field's name, or "the contact"
+  std::string what;  // a field's name
   std::string reason;
   bool too_long = false;  // shortening it would help
 };
