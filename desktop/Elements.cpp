@@ -125,12 +125,22 @@ class Counter {
   std::vector<size_t> order_;               // whose closing tags follow one another
 };
 
+bool HoldsClosingTag(std::string_view text, std::span<const ElementRule> rules) {
+  return std::any_of(rules.begin(), rules.end(),
+                     [&](const ElementRule& rule) { return text.find(fmt::format("</{}>", rule.name)) != text.npos; });
+}
+
 }  // namespace
 
 Reading ReadElements(std::string_view body, std::span<const ElementRule> rules) {
   for (const Layout layout : {Layout::kLines, Layout::kFree}) {
     const Counter counter(body, rules, layout);
-    if (const int readings = counter.Readings()) return {counter.Earliest(), readings > 1};
+    const int readings = counter.Readings();
+    if (readings == 0) continue;
+    Reading reading{counter.Earliest()};
+    reading.ambiguous = readings > 1 && std::any_of(reading.elements.begin(), reading.elements.end(),
+                                                    [&](const auto& e) { return HoldsClosingTag(e.text, rules); });
+    return reading;
   }
   throw Failure(Exit::kProtocol, "the phone's document is broken: its elements cannot be told apart");
 }

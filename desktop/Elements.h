@@ -26,7 +26,9 @@ struct ElementText {
 
 struct Reading {
   std::vector<ElementText> elements;
-  bool ambiguous = false;  // the same bytes could be other elements
+  // The same bytes could be other elements, and a text that holds tags says that they may well be. That of two elements
+  // of one name the first could reach to the end of the second is true of all that repeat, and does not count.
+  bool ambiguous = false;
 };
 
 // Reads all of the body; what is returned points into it and to the rules' names. Takes time proportional to its length

@@ -26,11 +26,21 @@ std::optional<std::string> Filled(const char* text) {
   return CleanUtf8(text);
 }
 
+std::string Unquoted(std::string_view text) {
+  if (text.size() < 2 || !text.starts_with('"') || !text.ends_with('"')) return std::string(text);
+  std::string out;
+  for (size_t i = 1; i + 1 < text.size(); i++) {
+    if (text[i] == '\\' && i + 2 < text.size()) i++;
+    out += text[i];
+  }
+  return out;
+}
+
 Mailbox AsMailbox(InternetAddress* address) {
   Mailbox mailbox{Filled(internet_address_get_name(address)),
                   Filled(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address)))};
   if (mailbox.address && mailbox.address->ends_with(kPhoneDomain)) {
-    mailbox.address->resize(mailbox.address->size() - kPhoneDomain.size());
+    mailbox.address = Unquoted(mailbox.address->substr(0, mailbox.address->size() - kPhoneDomain.size()));
     if (*mailbox.address == kNobody || *mailbox.address == kOwner) mailbox.address.reset();
   }
   return mailbox;

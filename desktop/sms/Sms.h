@@ -11,8 +11,8 @@ namespace brelix {
 struct SmsRequest {
   std::string number;
   std::string text;
-  std::string service_centre;  // empty: the one that is set on the phone
-  bool report = false;         // ask the network for a delivery report
+  std::string service_centre{};  // empty: the one that is set on the phone
+  bool report = false;           // ask the network for a delivery report
 };
 
 // The request's data. Throws a usage failure for a number that is none, and a would-lose-data failure for a text that
