@@ -21,6 +21,7 @@ nlohmann::json ReadDescription(const std::filesystem::path& file) {
 void Import(const InitSources& sources, nlohmann::json& description) {
   if (!sources.contacts.empty()) ImportContacts(sources.contacts, description);
   if (!sources.agenda.empty()) ImportAgenda(sources.agenda, description);
+  for (const std::string& mail : sources.mail) ImportMail(mail, description);
 }
 
 // What goes into the finished folder rather than into the description.

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace brelix_phone {
 
@@ -10,6 +12,7 @@ struct InitSources {
   std::filesystem::path description;  // JSON; a phone of defaults where it is empty
   std::filesystem::path contacts;     // a vCard file
   std::filesystem::path agenda;       // iCalendar
+  std::vector<std::string> mail;      // ACCOUNT/FOLDER=FILE, the file in mbox format
 };
 
 // Makes the folder, or throws and leaves nothing. What a source holds and a phone cannot is told on standard error.

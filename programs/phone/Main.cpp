@@ -39,6 +39,8 @@ int Run(int argc, char** argv) {
                    "A description in JSON (docs/handset.md); without it, a phone of defaults");
   init->add_option("--contacts", sources.contacts, "Contacts from a vCard file");
   init->add_option("--agenda", sources.agenda, "Appointments from an iCalendar file");
+  init->add_option("--mail", sources.mail, "Messages from an mbox file, as ACCOUNT/FOLDER=FILE; may be repeated")
+      ->allow_extra_args(false);
 
   auto* describe = app.add_subcommand("describe", "Print a phone as JSON; init --from makes the same phone of it");
   describe->add_option("DIR", folder, "The phone's folder")->required();

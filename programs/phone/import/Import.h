@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <nlohmann/json_fwd.hpp>
+#include <string>
 
 namespace brelix_phone {
 
@@ -13,5 +14,8 @@ void ImportContacts(const std::filesystem::path& file, nlohmann::json& descripti
 
 // Appointments of an iCalendar file. Times in UTC become local by the described phone's clock.
 void ImportAgenda(const std::filesystem::path& file, nlohmann::json& description);
+
+// "ACCOUNT/FOLDER=FILE": the messages of an mbox file, in that folder. Throws std::invalid_argument for another form.
+void ImportMail(const std::string& source, nlohmann::json& description);
 
 }  // namespace brelix_phone
