@@ -30,14 +30,14 @@ enum class MeetingStatus { kUnknown, kNone, kMeeting, kAccepted, kCanceled };
 // Which of the numbers are there follows from the type. As the phone says them: not checked against any range.
 struct Recurrence {
   RecurrenceType type = RecurrenceType::kUnknown;
-  std::optional<int64_t> interval;          // days, weeks or months; of the yearly types months, 12 a year
-  std::optional<int64_t> day_of_week_mask;  // Sunday 1, Monday 2, Tuesday 4 ... Saturday 64
-  std::optional<int64_t> day_of_month;      // 1 to 31; beyond the end of a month its last day
-  std::optional<int64_t> month_of_year;     // 1 to 12
-  std::optional<int64_t> instance;          // 1 to 4, and 5 for the last
-  std::optional<LocalTime> start_date;      // from this day on
-  std::optional<LocalTime> end_date;        // to this day inclusive; none when it never ends
-  std::optional<int64_t> occurrences;       // in all; none when it never ends
+  std::optional<int64_t> interval{};          // days, weeks or months; of the yearly types months, 12 a year
+  std::optional<int64_t> day_of_week_mask{};  // Sunday 1, Monday 2, Tuesday 4 ... Saturday 64
+  std::optional<int64_t> day_of_month{};      // 1 to 31; beyond the end of a month its last day
+  std::optional<int64_t> month_of_year{};     // 1 to 12
+  std::optional<int64_t> instance{};          // 1 to 4, and 5 for the last
+  std::optional<LocalTime> start_date{};      // from this day on
+  std::optional<LocalTime> end_date{};        // to this day inclusive; none when it never ends
+  std::optional<int64_t> occurrences{};       // in all; none when it never ends
 };
 
 struct Appointment {

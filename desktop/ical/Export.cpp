@@ -1,6 +1,5 @@
 #include "desktop/ical/Export.h"
 
-#include <cstdlib>
 #include <fmt/format.h>
 
 #include "desktop/ical/Rule.h"
@@ -72,7 +71,7 @@ void AddMeeting(icalcomponent* event, MeetingStatus status, std::vector<std::str
 void AddReminder(icalcomponent* event, const Appointment& item, std::vector<std::string>& notes) {
   if (!item.reminder_set) return;
   const int64_t minutes = item.reminder_minutes.value_or(kMostReminder + 1);
-  if (std::llabs(minutes) > kMostReminder) {
+  if (minutes > kMostReminder || minutes < -kMostReminder) {
     notes.emplace_back("its reminder has no time that makes sense");
     return;
   }
