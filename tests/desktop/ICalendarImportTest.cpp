@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
 #include <sstream>
 
 #include "desktop/agenda/AppointmentJson.h"
@@ -75,31 +75,28 @@ TEST(ICalendarImport, ReadsWhatTheExportWrites) {
   }
 }
 
-TEST(ICalendarImport, APatternSurvivesAsARule) {
-  const bool holds = rc::check([] {
-    const auto number = [](int from, int to) { return int64_t{*rc::gen::inRange(from, to + 1)}; };
-    Recurrence pattern;
-    pattern.type = *rc::gen::element(Type::kDaily, Type::kWeekly, Type::kMonthly, Type::kMonthlyByDay, Type::kYearly,
-                                     Type::kYearlyByDay);
-    const bool yearly = pattern.type == Type::kYearly || pattern.type == Type::kYearlyByDay;
-    const bool by_day = pattern.type == Type::kMonthlyByDay || pattern.type == Type::kYearlyByDay;
-    pattern.interval = yearly ? 12 * number(1, 83) : number(1, 999);
-    if (yearly) pattern.month_of_year = number(1, 12);
-    if (by_day) pattern.instance = number(1, 5);
-    if (by_day || pattern.type == Type::kWeekly) pattern.day_of_week_mask = number(1, 127);
-    if (pattern.type == Type::kMonthly || pattern.type == Type::kYearly) pattern.day_of_month = number(1, 31);
-    const icaltimetype start = icaltime_from_string("20090714T090000");
-    std::string why_not;
-    const auto rule = ical::RuleOf(pattern, start, why_not);
-    RC_ASSERT(rule.has_value());
-    const auto again = ical::PatternOf(icalrecurrencetype_from_string(rule->c_str()), start, why_not);
-    RC_ASSERT(again.has_value());
-    Appointment before, after;
-    before.recurrence = pattern;
-    after.recurrence = *again;
-    RC_ASSERT(ToJson(after).dump() == ToJson(before).dump());
-  });
-  EXPECT_TRUE(holds);
+RC_GTEST_PROP(ICalendarImport, APatternSurvivesAsARule, ()) {
+  const auto number = [](int from, int to) { return int64_t{*rc::gen::inRange(from, to + 1)}; };
+  Recurrence pattern;
+  pattern.type = *rc::gen::element(Type::kDaily, Type::kWeekly, Type::kMonthly, Type::kMonthlyByDay, Type::kYearly,
+                                   Type::kYearlyByDay);
+  const bool yearly = pattern.type == Type::kYearly || pattern.type == Type::kYearlyByDay;
+  const bool by_day = pattern.type == Type::kMonthlyByDay || pattern.type == Type::kYearlyByDay;
+  pattern.interval = yearly ? 12 * number(1, 83) : number(1, 999);
+  if (yearly) pattern.month_of_year = number(1, 12);
+  if (by_day) pattern.instance = number(1, 5);
+  if (by_day || pattern.type == Type::kWeekly) pattern.day_of_week_mask = number(1, 127);
+  if (pattern.type == Type::kMonthly || pattern.type == Type::kYearly) pattern.day_of_month = number(1, 31);
+  const icaltimetype start = icaltime_from_string("20090714T090000");
+  std::string why_not;
+  const auto rule = ical::RuleOf(pattern, start, why_not);
+  RC_ASSERT(rule.has_value());
+  const auto again = ical::PatternOf(icalrecurrencetype_from_string(rule->c_str()), start, why_not);
+  RC_ASSERT(again.has_value());
+  Appointment before, after;
+  before.recurrence = pattern;
+  after.recurrence = *again;
+  RC_ASSERT(ToJson(after).dump() == ToJson(before).dump());
 }
 
 TEST(ICalendarImport, KeepsLocalTimesAndConvertsUtc) {
