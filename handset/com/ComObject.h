@@ -14,18 +14,27 @@ namespace handset {
 inline constexpr ce::IID kIidUnknown{0, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 inline constexpr ce::IID kIidDispatch{0x00020400, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 
-// Object is the final class; it says kName and kRelease (the call of its Release), and Answers(iid) when it has more
-// than IUnknown. A new object has one reference.
+// Object is the final class; it says kName, kRelease (the call of its Release), kQueryInterface when QueryInterface can
+// be made to fail, Answers(iid) when it has more than IUnknown, and FindInterface when it has more than one interface.
+// A new object has one reference.
 template <typename Object, typename Interface>
 class ComObject : public Interface {
  public:
   ce::HRESULT QueryInterface(const ce::IID& iid, void** object) final {
     if (object == nullptr) return ce::E_POINTER;
     *object = nullptr;
-    if (iid != kIidUnknown && !Object::Answers(iid)) return ce::E_NOINTERFACE;
-    AddRef();
-    *object = static_cast<Interface*>(this);
-    return ce::S_OK;
+    const auto query = [&] {
+      void* const found = static_cast<Object*>(this)->FindInterface(iid);
+      if (found == nullptr) return ce::E_NOINTERFACE;
+      AddRef();
+      *object = found;
+      return ce::S_OK;
+    };
+    if constexpr (requires { Object::kQueryInterface; }) {
+      return Enter<Object::kQueryInterface>(m_phone, query);
+    } else {
+      return query();
+    }
   }
 
   ce::ULONG AddRef() final {
@@ -33,10 +42,12 @@ class ComObject : public Interface {
     return ++m_references;
   }
 
+  ce::ULONG Release() final { return ReleaseAs(Object::kRelease); }
+
   // Giving a reference back cannot fail. A fault rule's answer other than 0 says that somebody else holds the object:
   // the reference becomes theirs, and another Release takes it from them.
-  ce::ULONG Release() final {
-    const auto fault = m_phone.faults.Enter(Object::kRelease);
+  ce::ULONG ReleaseAs(Call call) {
+    const auto fault = m_phone.faults.Enter(call);
     m_phone.ledger->Drop(Held::kComReference, m_id);
     if (fault.value_or(0) != 0) {
       m_phone.outside.Keep(m_id, [this] { delete static_cast<Object*>(this); });
@@ -48,6 +59,11 @@ class ComObject : public Interface {
       delete static_cast<Object*>(this);
     }
     return left;
+  }
+
+  // The interface with this id, or null.
+  void* FindInterface(const ce::IID& iid) {
+    return iid == kIidUnknown || Object::Answers(iid) ? static_cast<Interface*>(this) : nullptr;
   }
 
  protected:

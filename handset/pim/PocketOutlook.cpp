@@ -1,6 +1,7 @@
 #include "handset/pim/PocketOutlook.h"
 
 #include "handset/com/ComObject.h"
+#include "handset/pim/ItemCollection.h"
 
 namespace handset {
 
@@ -12,48 +13,18 @@ using ce::INT;
 using ce::LONG;
 using ce::S_OK;
 
-class ItemCollection final : public DispatchObject<ItemCollection, ce::IPOutlookItemCollection> {
- public:
-  static constexpr const char* kName = "IPOutlookItemCollection";
-  static constexpr Call kRelease = Call::IPOutlookItemCollection_Release;
-
-  ItemCollection(Phone& phone, INT folder) : DispatchObject(phone), m_folder(folder) {}
-
-  HRESULT get_Count(INT* count) override {
-    return Enter<Call::IPOutlookItemCollection_get_Count>(GetPhone(), [&] {
-      if (count == nullptr) return ce::E_POINTER;
-      *count = GetPhone().store.CountItems(m_folder);
-      return S_OK;
-    });
-  }
-
-  HRESULT Add(ce::IDispatch**) override { return E_NOTIMPL; }
-  HRESULT Find(ce::BSTR, ce::IDispatch**) override { return E_NOTIMPL; }
-  HRESULT FindNext(ce::IDispatch**) override { return E_NOTIMPL; }
-  HRESULT Item(INT, ce::IDispatch**) override { return E_NOTIMPL; }
-  HRESULT Remove(INT) override { return E_NOTIMPL; }
-  HRESULT Restrict(ce::BSTR, ce::IPOutlookItemCollection**) override { return E_NOTIMPL; }
-  HRESULT Sort(ce::BSTR, ce::VARIANT_BOOL) override { return E_NOTIMPL; }
-  HRESULT get_IncludeRecurrences(ce::VARIANT_BOOL*) override { return E_NOTIMPL; }
-  HRESULT put_IncludeRecurrences(ce::VARIANT_BOOL) override { return E_NOTIMPL; }
-  HRESULT get__NewEnum(ce::IUnknown**) override { return E_NOTIMPL; }
-  HRESULT get_Application(ce::IPOutlookApp**) override { return E_NOTIMPL; }
-
- private:
-  const INT m_folder;
-};
-
 class Folder final : public DispatchObject<Folder, ce::IFolder> {
  public:
   static constexpr const char* kName = "IFolder";
   static constexpr Call kRelease = Call::IFolder_Release;
+  static bool Answers(const ce::IID& iid) { return iid == ce::IID_IFolder || DispatchObject::Answers(iid); }
 
   Folder(Phone& phone, INT folder) : DispatchObject(phone), m_folder(folder) {}
 
   HRESULT get_Items(ce::IPOutlookItemCollection** items) override {
     return Enter<Call::IFolder_get_Items>(GetPhone(), [&] {
       if (items == nullptr) return ce::E_POINTER;
-      *items = new ItemCollection(GetPhone(), m_folder);
+      *items = NewItemCollection(GetPhone(), m_folder);
       return S_OK;
     });
   }
@@ -105,9 +76,18 @@ class OutlookApp final : public DispatchObject<OutlookApp, ce::IPOutlookApp> {
     });
   }
 
+  HRESULT GetItemFromOid(LONG oid, ce::IDispatch** item) override {
+    return Enter<Call::IPOutlookApp_GetItemFromOid>(GetPhone(), [&] {
+      if (item == nullptr) return ce::E_POINTER;
+      *item = nullptr;
+      if (!m_loggedOn) return ce::E_FAIL;
+      *item = OpenItem(GetPhone(), static_cast<std::uint32_t>(oid));
+      return *item != nullptr ? S_OK : ce::E_INVALIDARG;
+    });
+  }
+
   HRESULT get_Version(ce::BSTR*) override { return E_NOTIMPL; }
   HRESULT CreateItem(INT, ce::IDispatch**) override { return E_NOTIMPL; }
-  HRESULT GetItemFromOid(LONG, ce::IDispatch**) override { return E_NOTIMPL; }
   HRESULT get_HomeCity(ce::ICity**) override { return E_NOTIMPL; }
   HRESULT put_HomeCity(ce::ICity*) override { return E_NOTIMPL; }
   HRESULT get_VisitingCity(ce::ICity**) override { return E_NOTIMPL; }

@@ -109,7 +109,13 @@ void Store::Migrate() {
   transaction.commit();
 }
 
-Store::~Store() = default;
+Store::~Store() {
+  try {
+    FinishItemChange();
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "{}\n", error.what());
+  }
+}
 
 Description Store::GetDescription() const {
   const std::lock_guard lock(m_mutex);
@@ -191,16 +197,6 @@ std::string Store::GetKeyPath(std::int64_t key) const {
         "SELECT path FROM up WHERE id = 0");
     row.bind(1, key);
     return row.executeStep() ? row.getColumn(0).getString() : std::string();
-  });
-}
-
-std::int32_t Store::CountItems(std::int32_t folder) const {
-  const std::lock_guard lock(m_mutex);
-  return OnDatabase(m_file, [&] {
-    SQLite::Statement row(*m_database, "SELECT count(*) FROM item WHERE folder = ?");
-    row.bind(1, folder);
-    row.executeStep();
-    return row.getColumn(0).getInt();
   });
 }
 

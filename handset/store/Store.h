@@ -1,6 +1,7 @@
 // phone.db: everything a phone remembers, in one SQLite file.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <exception>
 #include <filesystem>
@@ -15,7 +16,8 @@
 
 namespace SQLite {
 class Database;
-}
+class Transaction;
+}  // namespace SQLite
 
 namespace handset {
 
@@ -51,14 +53,22 @@ class Store {
   // For people.
   std::string GetKeyPath(std::int64_t key) const;
 
-  // How many items a Pocket Outlook folder has.
-  std::int32_t CountItems(std::int32_t folder) const;
+  // Stores a contact, which gets an object id if it has none, and its picture if there is one here. False when the
+  // contact is not there any more. Several calls are one change: everybody sees each of them at once, and all of them
+  // are on the disk when FinishItemChange returns, or none. Every other use of the store finishes the change first.
+  bool PutContact(Contact& contact, const std::optional<Bytes>& picture);
+  void FinishItemChange();
+  // False when there is none.
+  bool DeleteItem(std::uint32_t oid);
+  // Another number after an item was added or deleted, by whomever.
+  std::uint64_t GetItemGeneration() const;
 
   // Runs work(SQLite::Database&), alone, for the sources that have tables of their own (CallRows.h and the like).
   template <typename Work>
   auto Use(Work&& work) const -> std::invoke_result_t<Work, SQLite::Database&> {
     const std::lock_guard lock(m_mutex);
     try {
+      if (m_itemChange) CommitItemChange();
       return work(*m_database);
     } catch (const std::exception& error) {
       Rethrow(error);
@@ -69,10 +79,13 @@ class Store {
   // As a StoreError that names the file.
   [[noreturn]] void Rethrow(const std::exception& error) const;
   void Migrate();
+  void CommitItemChange() const;
 
   std::filesystem::path m_file;
   mutable std::mutex m_mutex;
   std::unique_ptr<SQLite::Database> m_database;
+  mutable std::unique_ptr<SQLite::Transaction> m_itemChange;
+  std::atomic<std::uint64_t> m_itemGeneration{0};
 };
 
 }  // namespace handset

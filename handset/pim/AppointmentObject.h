@@ -1,0 +1,14 @@
+// An appointment of Pocket Outlook, to be read only.
+#pragma once
+
+#include "handset/pim/Appointment.h"
+#include "platform/Appointment.h"
+
+namespace handset {
+
+struct Phone;
+
+// A new one with one reference.
+ce::IAppointment* NewAppointmentObject(Phone& phone, Appointment appointment);
+
+}  // namespace handset
