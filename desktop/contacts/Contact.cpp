@@ -13,8 +13,10 @@ constexpr std::array<std::string_view, kContactFields> kNames = {
 #undef CONTACT_FIELD
 };
 
-constexpr int kFirstYear = 1601;  // where the phone's calendar begins
-constexpr int kLastYear = 4500;   // the year after it stands for no date at all
+constexpr int kFirstYear = 100;  // where the phone's calendar begins
+
+// How the phone says that there is no date.
+constexpr std::chrono::year_month_day kNoDay = std::chrono::January / 1 / 4501;
 
 // What is left of a text that is read from the front.
 class Digits {
@@ -83,8 +85,9 @@ std::optional<std::string> NormalDate(std::string_view text) {
   const int m = rest.Take(2);
   if (dashes != rest.Skip('-')) return std::nullopt;
   const int d = rest.Take(2);
-  if (y < kFirstYear || y > kLastYear || m < 0 || d < 0) return std::nullopt;
-  if (!(year(y) / m / d).ok()) return std::nullopt;
+  if (y < kFirstYear || m < 0 || d < 0) return std::nullopt;
+  const year_month_day day = year(y) / m / d;
+  if (!day.ok() || day == kNoDay) return std::nullopt;
 
   std::string out = fmt::format("{:04}-{:02}-{:02}", y, m, d);
   if (rest.Done()) return out;

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include "desktop/Base64.h"
-#include "desktop/Client.h"
 #include "desktop/Document.h"
 #include "desktop/Failure.h"
 #include "desktop/Text.h"
@@ -33,15 +32,12 @@ std::span<const std::string_view> ElementNames() {
                                              Printable(CleanUtf8(found.substr(0, 60)))));
 }
 
-// 1 January 4501 is how the phone says that there is no date.
 std::string DateFromWire(std::string_view name, std::string_view text) {
-  const auto time = ParseTimestamp(text);
-  if (!time) Broken(name, text);
-  if (time->year == 4501 && time->month == 1 && time->day == 1) return {};
-  std::string out = fmt::format("{:04}-{:02}-{:02}", time->year, time->month, time->day);
-  if (time->hour + time->minute + *time->second > 0)
-    out += fmt::format("T{:02}:{:02}:{:02}", time->hour, time->minute, *time->second);
-  return out;
+  if (text.starts_with("45010101T")) return {};  // how the phone says that there is none
+  if (!text.ends_with('Z')) Broken(name, text);
+  const auto date = NormalDate(text.substr(0, text.size() - 1));
+  if (!date) Broken(name, text);
+  return *date;
 }
 
 std::string DateToWire(std::string_view date) {
