@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <signal.h>
 #include <string>
 #include <sys/socket.h>
 #include <thread>
@@ -97,6 +98,7 @@ void ExportRegistry(brelix::Session& session) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   if (size < 2) return 0;
+  signal(SIGPIPE, SIG_IGN);  // as in brelix
   int sockets[2];
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) std::abort();
   std::thread phone(ServePhone, sockets[1], ByteView(bytes + 1, size - 1));

@@ -12,8 +12,8 @@ namespace test {
 
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "brelix-test-XXXXXX").string();
+  explicit TemporaryFolder(const std::filesystem::path& in = std::filesystem::temp_directory_path()) {
+    std::string name = (in / "brelix-test-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
     m_path = name;
   }
