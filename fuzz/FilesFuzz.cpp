@@ -13,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "desktop/files/LocalName.h"
 #include "desktop/files/Pull.h"
 #include "desktop/registry/RegText.h"
 #include "desktop/registry/ValueText.h"
@@ -94,19 +95,41 @@ void ExportRegistry(brelix::Session& session) {
   }
 }
 
+void ReadDocument(ByteView bytes) {
+  try {
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    for (const brelix::FileEntry& entry : brelix::ParseFolderPart(text)) {
+      if (!brelix::IsName(entry.name)) continue;
+      const fs::path local = brelix::LocalName(entry.name);
+      if (local.is_absolute()) std::abort();
+      for (const fs::path& piece : local)
+        if (piece.empty() || piece == "." || piece == ".." || piece.native().size() > 255) std::abort();
+    }
+  } catch (const brelix::Failure&) {
+  }
+}
+
+void TalkToPhone(ByteView input, void (*work)(brelix::Session&)) {
+  int sockets[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) std::abort();
+  std::thread phone(ServePhone, sockets[1], input);
+  {
+    brelix::Session session(std::make_unique<FuzzLink>(sockets[0]), {});
+    work(session);
+  }
+  phone.join();
+  close(sockets[1]);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   if (size < 2) return 0;
   signal(SIGPIPE, SIG_IGN);  // as in brelix
-  int sockets[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets) != 0) std::abort();
-  std::thread phone(ServePhone, sockets[1], ByteView(bytes + 1, size - 1));
-  {
-    brelix::Session session(std::make_unique<FuzzLink>(sockets[0]), {});
-    bytes[0] == 0 ? PullTree(session) : ExportRegistry(session);
-  }
-  phone.join();
-  close(sockets[1]);
+  const ByteView rest(bytes + 1, size - 1);
+  if (bytes[0] > 1)
+    ReadDocument(rest);
+  else
+    TalkToPhone(rest, bytes[0] == 0 ? PullTree : ExportRegistry);
   return 0;
 }
