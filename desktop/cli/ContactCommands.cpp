@@ -5,7 +5,6 @@
 
 #include "desktop/NewFile.h"
 #include "desktop/Text.h"
-#include "desktop/cli/Progress.h"
 #include "desktop/contacts/ContactJson.h"
 #include "desktop/vcard/VCardWriter.h"
 
@@ -22,13 +21,12 @@ std::string FirstOf(const Contact& contact, std::initializer_list<ContactField> 
 
 // Goes through all contacts with a progress bar. Returns the command's exit code.
 Exit ForAll(ContactsClient& contacts, const std::string& label, const std::function<void(const Contact&)>& use) {
-  Progress progress(label, contacts.Count());
-  ContactWalk walk = ComplainingWalk();
+  Progress progress(label, std::nullopt);
+  ContactWalk walk = WalkWith(progress);
   walk.visit = [&](const PlacedContact& placed) {
     use(placed.contact);
     return true;
   };
-  walk.step = [&] { progress.Advance(); };
   return WalkContacts(contacts, walk) == 0 ? Exit::kOk : Exit::kPartial;
 }
 
@@ -98,20 +96,24 @@ void DeclareExport(CLI::App& contacts, Action& chosen) {
 
 }  // namespace
 
-ContactWalk ComplainingWalk() {
+ContactWalk WalkWith(Progress& progress) {
   ContactWalk walk;
   walk.complain = [](const std::string& what) { Complain(what); };
+  walk.step = [&progress](uint32_t count) {
+    progress.SetTotal(count);
+    progress.Advance();
+  };
   return walk;
 }
 
+std::string NoContact(uint32_t oid) {
+  return fmt::format("the phone has no contact with object id {}; contacts list shows all", oid);
+}
+
 PlacedContact NeedContact(ContactsClient& contacts, uint32_t oid) {
-  Progress progress("looking for the contact", contacts.Count());
-  ContactWalk walk = ComplainingWalk();
-  walk.step = [&] { progress.Advance(); };
-  auto found = FindContacts(contacts, {oid}, walk);
-  if (found.empty())
-    throw Failure(Exit::kPhoneError,
-                  fmt::format("the phone has no contact with object id {}; contacts list shows all", oid));
+  Progress progress("looking for the contact", std::nullopt);
+  auto found = FindContacts(contacts, {oid}, WalkWith(progress));
+  if (found.empty()) throw Failure(Exit::kPhoneError, NoContact(oid));
   return std::move(found.begin()->second);
 }
 

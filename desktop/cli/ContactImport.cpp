@@ -8,7 +8,7 @@
 
 #include "desktop/Text.h"
 #include "desktop/Wire.h"
-#include "desktop/cli/Progress.h"
+#include "desktop/cli/ContactCommands.h"
 #include "desktop/contacts/ContactJson.h"
 
 namespace brelix::cli {
@@ -144,10 +144,8 @@ bool ContactImport::ReadBack(ContactsClient& contacts, size_t number, const Cont
 void ContactImport::CheckLate(Context& context) {
   if (unread_.empty()) return;
   ContactsClient contacts(context.session);
-  Progress progress("comparing contacts", contacts.Count());
-  ContactWalk walk;
-  walk.complain = [](const std::string& what) { Complain(what); };
-  walk.step = [&] { progress.Advance(); };
+  Progress progress("comparing contacts", std::nullopt);
+  ContactWalk walk = WalkWith(progress);
   walk.visit = [&](const PlacedContact& placed) {
     const auto entry = unread_.extract(placed.contact.oid);
     if (entry.empty()) return true;

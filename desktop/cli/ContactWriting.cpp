@@ -9,7 +9,6 @@
 #include "desktop/Wire.h"
 #include "desktop/cli/ContactCommands.h"
 #include "desktop/cli/ContactImport.h"
-#include "desktop/cli/Progress.h"
 
 namespace brelix::cli {
 namespace {
@@ -124,42 +123,46 @@ void DeclareSet(CLI::App& contacts, Action& chosen) {
 
 // rm
 
-Exit RemoveContacts(Context& context, const std::vector<uint32_t>& oids, bool dry_run) {
+// Deletes what was found and shows it. By object id alone a phone would delete whatever has it, an appointment too;
+// these are known to be contacts.
+uint32_t Remove(ContactsClient& contacts, const std::map<uint32_t, PlacedContact>& found, bool dry_run, List& list) {
+  uint32_t removed = 0;
+  for (const auto& [oid, placed] : found) {
+    const std::string name = CleanUtf8(DisplayName(placed.contact));
+    try {
+      if (!dry_run) contacts.Delete(oid);
+      removed++;
+      list.Add({{"oid", oid}, {"name", name}, {"removed", !dry_run}}, {std::to_string(oid), name});
+    } catch (const ContactFailure& failure) {
+      if (found.size() == 1) throw;
+      Complain(failure.what());
+    }
+  }
+  return removed;
+}
+
+Exit RemoveContacts(Context& context, const std::set<uint32_t>& oids, bool dry_run) {
   context.phone.Start();
   uint32_t before = 0, removed = 0;
-  Exit outcome = Exit::kOk;
+  List list(context.options.json, {{"Id", true}, {"Name"}});
   {
     ContactsClient contacts(context.session);
     before = contacts.Count();
-    ContactWalk walk = ComplainingWalk();
-    const auto found = FindContacts(contacts, {oids.begin(), oids.end()}, walk);
-    if (found.empty() && oids.size() == 1) NeedContact(contacts, oids.front());
-    List list(context.options.json, {{"Id", true}, {"Name"}});
-    for (const uint32_t oid : std::set<uint32_t>(oids.begin(), oids.end())) {
-      const auto placed = found.find(oid);
-      if (placed == found.end()) {
-        Complain(fmt::format("the phone has no contact with object id {}", oid));
-        outcome = Exit::kPartial;
-        continue;
-      }
-      // By object id alone the phone would delete whatever has it, an appointment too; it is known to be a contact.
-      const std::string name = CleanUtf8(DisplayName(placed->second.contact));
-      try {
-        if (!dry_run) contacts.Delete(oid);
-        removed += dry_run ? 0 : 1;
-        list.Add({{"oid", oid}, {"name", name}, {"removed", !dry_run}}, {std::to_string(oid), name});
-      } catch (const ContactFailure& failure) {
-        if (oids.size() == 1) throw;
-        Complain(failure.what());
-        outcome = Exit::kPartial;
-      }
+    std::map<uint32_t, PlacedContact> found;
+    {
+      Progress progress("looking for contacts", std::nullopt);
+      found = FindContacts(contacts, oids, WalkWith(progress));
     }
-    list.Finish();
+    if (found.empty() && oids.size() == 1) throw Failure(Exit::kPhoneError, NoContact(*oids.begin()));
+    for (const uint32_t oid : oids)
+      if (!found.contains(oid)) Complain(NoContact(oid));
+    removed = Remove(contacts, found, dry_run, list);
   }
-  if (const uint32_t left = ContactsClient(context.session).Count(); left != before - removed)
-    throw Failure(Exit::kPartial,
-                  fmt::format("the phone has {} contacts where {} should be left", left, before - removed));
-  return outcome;
+  list.Finish();
+  const uint32_t expected = dry_run ? before : before - removed;
+  if (const uint32_t left = ContactsClient(context.session).Count(); left != expected)
+    throw Failure(Exit::kPartial, fmt::format("the phone has {} contacts left, and not {}", left, expected));
+  return removed == oids.size() ? Exit::kOk : Exit::kPartial;
 }
 
 void DeclareRemove(CLI::App& contacts, Action& chosen) {
@@ -167,7 +170,9 @@ void DeclareRemove(CLI::App& contacts, Action& chosen) {
   auto oids = AddOids(*app, 10000);
   auto dry_run = std::make_shared<bool>(false);
   AddDryRun(*app, *dry_run);
-  app->callback([=, &chosen] { chosen = [=](Context& context) { return RemoveContacts(context, *oids, *dry_run); }; });
+  app->callback([=, &chosen] {
+    chosen = [=](Context& context) { return RemoveContacts(context, {oids->begin(), oids->end()}, *dry_run); };
+  });
 }
 
 // photo

@@ -15,7 +15,7 @@ size_t WalkContacts(ContactsClient& contacts, const ContactWalk& walk) {
   size_t failed = 0, in_a_row = 0;
   const uint32_t count = contacts.Count();
   for (uint32_t position = 1; position <= count; position++) {
-    walk.step();
+    walk.step(count);
     try {
       if (!walk.visit({position, contacts.At(position)})) break;
       in_a_row = 0;

@@ -21,8 +21,8 @@ struct ContactWalk {
   std::function<bool(PlacedContact)> visit;
   // Told of every contact that cannot, and why.
   std::function<void(const std::string&)> complain;
-  // Told of every position passed.
-  std::function<void()> step = [] {};
+  // Told at every position how many there are.
+  std::function<void(uint32_t count)> step = [](uint32_t) {};
 };
 
 // Returns how many could not be read. Throws when so many in a row cannot that nothing more will come.
