@@ -8,31 +8,15 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <random>
 
 #include "tests/support/Bytes.h"
 #include "tests/wince/Command.h"
+#include "tests/wince/OddItems.h"
 
 namespace test {
 namespace {
 
 using nlohmann::json;
-
-class Random {
- public:
-  explicit Random(unsigned seed) : m_engine(seed) {}
-  // Below limit.
-  unsigned Below(unsigned limit) { return m_engine() % limit; }
-  bool OneIn(unsigned many) { return Below(many) == 0; }
-  std::uint32_t Word() { return m_engine(); }
-  template <class Value>
-  const Value& Of(const std::vector<Value>& values) {
-    return values[Below(static_cast<unsigned>(values.size()))];
-  }
-
- private:
-  std::mt19937 m_engine;
-};
 
 // Calls that the engine asks on the way of a stream's session, and that may fail without the session hanging on a
 // thread that never runs.
@@ -63,6 +47,46 @@ const std::vector<std::string>& FaultyCalls() {
                                               "IFolder::get_Items",
                                               "IPOutlookItemCollection::get_Count",
                                               "IPOutlookItemCollection::Release",
+                                              "IPOutlookItemCollection::Add",
+                                              "IPOutlookItemCollection::Item",
+                                              "IPOutlookApp::GetItemFromOid",
+                                              "SysAllocString",
+                                              "VariantTimeToSystemTime",
+                                              "SystemTimeToVariantTime",
+                                              "GetProcessHeap",
+                                              "HeapFree",
+                                              "IContact::QueryInterface",
+                                              "IContact::get_Oid",
+                                              "IContact::get_Anniversary",
+                                              "IContact::put_Birthday",
+                                              "IContact::get_Body",
+                                              "IContact::get_JobTitle",
+                                              "IContact::put_FirstName",
+                                              "IContact::Save",
+                                              "IContact::Delete",
+                                              "IContact::Release",
+                                              "IItem::GetProps",
+                                              "IItem::SetProps",
+                                              "IItem::OpenProperty",
+                                              "IItem::Save",
+                                              "IItem::Release",
+                                              "IStream::Read",
+                                              "IStream::Write",
+                                              "IStream::Seek",
+                                              "IStream::SetSize",
+                                              "IStream::Commit",
+                                              "IStream::Release",
+                                              "IAppointment::get_Start",
+                                              "IAppointment::get_AllDayEvent",
+                                              "IAppointment::get_Recipients",
+                                              "IAppointment::GetRecurrencePattern",
+                                              "IAppointment::Release",
+                                              "IRecurrencePattern::get_NoEndDate",
+                                              "IRecurrencePattern::get_PatternEndDate",
+                                              "IRecurrencePattern::get_Interval",
+                                              "IRecurrencePattern::get_Instance",
+                                              "IRecurrencePattern::Release",
+                                              "IRecipients::Release",
                                               "PhoneOpenCallLog",
                                               "PhoneCloseCallLog",
                                               "MAPIInitialize",
@@ -71,16 +95,6 @@ const std::vector<std::string>& FaultyCalls() {
                                               "IRAPIStream::Read",
                                               "IRAPIStream::Write"};
   return calls;
-}
-
-json OddText(Random& random) {
-  if (random.OneIn(6)) return nullptr;
-  std::string hex;
-  for (unsigned units = random.OneIn(8) ? random.Below(600) : random.Below(40); units > 0; --units) {
-    const unsigned unit = random.OneIn(4) ? random.Below(0xFFFF) + 1 : 0x20 + random.Below(0x60);
-    hex += fmt::format("{:04X}", unit);
-  }
-  return {{"utf16", hex}};
 }
 
 json OddLine(Random& random) {
@@ -110,11 +124,15 @@ json OddPhone(Random& random) {
     phone["power"] = {
         {"acLine", random.Below(256)}, {"batteryFlag", random.Below(256)}, {"batteryPercent", random.Below(256)}};
   }
+  AddOddItems(random, phone);
   for (unsigned faults = random.OneIn(2) ? random.Below(4) : 0; faults > 0; --faults) {
     json fault{{"call", random.Of(FaultyCalls())},
                {"skip", random.OneIn(3) ? random.Below(6) : 0},
                {"times", 1 + random.Below(2)}};
-    const bool hasCode = fault["call"] != "LocalAlloc" && fault["call"] != "fopen";
+    static const std::vector<std::string> withoutCode{
+        "LocalAlloc",    "fopen", "SysAllocString", "VariantTimeToSystemTime", "SystemTimeToVariantTime",
+        "GetProcessHeap"};
+    const bool hasCode = std::find(withoutCode.begin(), withoutCode.end(), fault["call"]) == withoutCode.end();
     if (random.OneIn(3) && hasCode) fault["result"] = 0x80000000U | random.Word();
     phone["faults"].push_back(fault);
   }
@@ -141,9 +159,18 @@ std::string OddSpeech(Random& random) {
   Bytes said;
   if (!random.OneIn(10)) said = said + Frame(1, 247, 0x0101);
   if (!random.OneIn(10)) said = said + Frame(1, 1, 0x0102);
+  const bool asksForItems = random.OneIn(2);
+  if (asksForItems) said = said + Frame(3, 1, 0x0103) + Frame(4, 1, 0x0104);
   for (unsigned frames = random.Below(30); frames > 0; --frames) {
-    said = said + (random.OneIn(15) ? OddData(random) : OddFrame(random, static_cast<std::uint16_t>(random.Word())));
+    const auto number = static_cast<std::uint16_t>(random.Word());
+    if (asksForItems && !random.OneIn(4)) {
+      said = said + OddItemFrame(random, number);
+    } else {
+      said = said + (random.OneIn(15) ? OddData(random) : OddFrame(random, number));
+    }
   }
+  // What the phone holds then.
+  for (std::uint32_t place = 1; asksForItems && place < 4; ++place) said = said + Frame(3, 9, 0x0105, U32(place));
   if (random.OneIn(4)) said = said + Frame(1, 2303, 0x0F0F);
   if (random.OneIn(6) && !said.empty()) said.resize(random.Below(static_cast<unsigned>(said.size())));
   return {said.begin(), said.end()};
