@@ -1,12 +1,13 @@
 // A whole agent on a handset, fed with whatever desktops might say. The first byte chooses how: in what pieces the
 // bytes come, whether the session is opened already, whether replies are taken in pieces, whether memory runs out
 // (after as many allocations as the second byte says), and whether the agent listens: then the bytes are shared by two
-// sessions.
+// sessions. It also chooses whether the collections of contacts and appointments are open already.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ErrorRecord.h"
@@ -23,14 +24,17 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr char kOpening[] = "XXXX\0\1\0\xF7\0\0\0\1ZZZZXXXX\0\1\0\1\0\0\0\2ZZZZ";
+constexpr std::size_t kSessionOpening = 32;  // so much of it opens the session, the rest the collections
+constexpr char kOpening[] =
+    "XXXX\0\1\0\xF7\0\0\0\1ZZZZXXXX\0\1\0\1\0\0\0\2ZZZZ"
+    "XXXX\0\3\0\1\0\0\0\3ZZZZXXXX\0\4\0\1\0\0\0\4ZZZZ";
 
 class CFuzzConnection final : public CConnectionManager {
  public:
-  CFuzzConnection(Bytes data, std::size_t piece, bool opened, bool partialWrites, ce::SOCKET listening)
+  CFuzzConnection(Bytes data, std::size_t piece, std::size_t opening, bool partialWrites, ce::SOCKET listening)
       : m_data(data),
         m_left(listening == ce::INVALID_SOCKET ? 0 : data.size() / 2),
-        m_opening(opened ? Bytes(reinterpret_cast<const std::uint8_t*>(kOpening), sizeof kOpening - 1) : Bytes()),
+        m_opening(reinterpret_cast<const std::uint8_t*>(kOpening), opening),
         m_piece(piece),
         m_partialWrites(partialWrites) {
     SetListeningSocket(listening);
@@ -82,22 +86,51 @@ class CFuzzConnection final : public CConnectionManager {
   bool m_partialWrites;
 };
 
-handset::Handset& Phone() {
-  static handset::Handset* phone = [] {
+constexpr const char* kPhone = R"({
+  "lines": [{ "name": "Cellular Line", "serialNumber": "1234567890" }],
+  "contacts": [
+    { "oid": 5, "FirstName": "Ann", "FileAs": "Ann", "NickName": "A", "Picture": "/9j/4AAQSkZJRg==" },
+    { "oid": 6, "Body": null }],
+  "appointments": [
+    { "oid": 7, "Start": "2020-03-02T09:30:00", "Subject": "s", "BusyStatus": 9, "Recurrence": { "RecurrenceType": 4 } },
+    { "oid": 8, "Start": "2020-03-02T09:30:00", "Recurrence": { "RecurrenceType": 6, "Occurrences": 3 } }] })";
+constexpr int kMostRuns = 1000;
+
+// One phone for many runs, and a new one before what they leave in it becomes too much.
+class FuzzPhone {
+ public:
+  FuzzPhone() {
     std::string folder = (std::filesystem::temp_directory_path() / "brelix-fuzz-XXXXXX").string();
     if (mkdtemp(folder.data()) == nullptr) std::abort();
-    handset::Handset::Init(folder + "/phone",
-                           nlohmann::json{{"lines", {{{"name", "Cellular Line"}, {"serialNumber", "1234567890"}}}}});
-    static std::unique_ptr<handset::Handset> opened = handset::Handset::Open(folder + "/phone");
-    static handset::CurrentPhone current(*opened);
-    opened->SetThreads(handset::Threads::kInline);
-    opened->GetClock().UseVirtualTime(std::chrono::microseconds(0));
-    opened->GetMessageBoxes().SetSilent(true);
+    handset::Handset::Init(folder + "/phone", nlohmann::json::parse(kPhone));
+    m_phone = handset::Handset::Open(folder + "/phone");
+    m_current.emplace(*m_phone);
+    m_phone->SetThreads(handset::Threads::kInline);
+    m_phone->GetClock().UseVirtualTime(std::chrono::microseconds(0));
+    m_phone->GetMessageBoxes().SetSilent(true);
     ce::CoInitializeEx(nullptr, ce::COINIT_MULTITHREADED);
     std::filesystem::remove_all(folder);
-    return opened.get();
-  }();
-  return *phone;
+  }
+  ~FuzzPhone() { ce::CoUninitialize(); }
+  FuzzPhone(const FuzzPhone&) = delete;
+  FuzzPhone& operator=(const FuzzPhone&) = delete;
+
+  handset::Handset& Get() { return *m_phone; }
+  bool IsUsedUp() { return ++m_runs > kMostRuns; }
+
+ private:
+  std::unique_ptr<handset::Handset> m_phone;
+  std::optional<handset::CurrentPhone> m_current;
+  int m_runs = 0;
+};
+
+handset::Handset& Phone() {
+  static std::unique_ptr<FuzzPhone> phone;
+  if (phone == nullptr || phone->IsUsedUp()) {
+    phone.reset();
+    phone = std::make_unique<FuzzPhone>();
+  }
+  return phone->Get();
 }
 
 class FuzzAgent final : public CBrelixAgent {
@@ -107,7 +140,8 @@ class FuzzAgent final : public CBrelixAgent {
 
 void RunSession(Bytes data, std::uint8_t how, ce::SOCKET listening) {
   constexpr std::size_t kPieces[] = {1, 7, 64, 16384};
-  auto* connection = new CFuzzConnection(data, kPieces[how & 3], (how & 4) != 0, (how & 8) != 0, listening);
+  const std::size_t opening = (how & 4) == 0 ? 0 : (how & 64) == 0 ? kSessionOpening : sizeof kOpening - 1;
+  auto* connection = new CFuzzConnection(data, kPieces[how & 3], opening, (how & 8) != 0, listening);
   FuzzAgent agent;
   const bool listens = listening != ce::INVALID_SOCKET;
   if (listens && !connection->Construct()) std::abort();
