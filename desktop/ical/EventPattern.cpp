@@ -94,6 +94,7 @@ std::optional<Recurrence> EventReader::PatternOfRule(const icalrecurrencetype& r
   if (!SameDay(*first, start_.local)) {
     Note(fmt::format("it begins on {}, the first date of its rule", DateText(*first)));
     end_ = icaltime_add(*first, icaltime_subtract(end_, start_.local));
+    if (!Exists(end_)) end_ = *first;
     start_.local = *first;
   }
   pattern->start_date = FromIcal(DateOf(start_.local));

@@ -1,6 +1,11 @@
 #include "desktop/ical/Ical.h"
 
 namespace brelix::ical {
+namespace {
+
+constexpr int kLastYear = 2999;
+
+}  // namespace
 
 icaltimetype ToIcal(const LocalTime& time, bool as_date) {
   icaltimetype out = icaltime_null_time();
@@ -21,7 +26,7 @@ LocalTime FromIcal(const icaltimetype& time) {
 }
 
 bool Exists(const icaltimetype& time) {
-  return time.year >= 1 && time.year <= 9999 && time.month >= 1 && time.month <= 12 && time.day >= 1 &&
+  return time.year >= 1 && time.year <= kLastYear && time.month >= 1 && time.month <= 12 && time.day >= 1 &&
          time.day <= icaltime_days_in_month(time.month, time.year) && time.hour >= 0 && time.hour <= 23 &&
          time.minute >= 0 && time.minute <= 59 && time.second >= 0 && time.second <= 60;
 }

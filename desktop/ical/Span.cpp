@@ -47,6 +47,7 @@ bool MoveToFirst(Span& span, const Recurrence& pattern) {
   const icaldurationtype length = icaltime_subtract(span.end, span.start);
   span.start = *first;
   span.end = icaltime_add(*first, length);
+  if (!Exists(span.end)) span.end = *first;
   return true;
 }
 
