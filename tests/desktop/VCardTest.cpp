@@ -1,10 +1,14 @@
+#include <fstream>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "desktop/Failure.h"
 #include "desktop/vcard/VCardReader.h"
 #include "desktop/vcard/VCardWriter.h"
 #include "tests/desktop/FullContact.h"
+#include "tests/support/Process.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace brelix {
 namespace {
@@ -100,6 +104,70 @@ TEST(VCard, StandsInTheUsualPlaces) {
   for (const char* line : {"VERSION:4.0\r\n", "BDAY:19700501\r\n", "ANNIVERSARY:19990615\r\n",
                            "RELATED;VALUE=text;TYPE=spouse:spouse\r\n", "PHOTO:data:image/jpeg;base64,/9j/4A"})
     EXPECT_NE(text40.find(line), text40.npos) << line << "\nin\n" << text40;
+}
+
+// Another reader finds every value where it looks for it.
+constexpr const char* kSecondReader = R"(
+import base64, hashlib, json, sys, vobject
+def texts(card, name, kind):
+    return sorted(x.value for x in card.contents.get(name, []) if kind in [t.upper() for t in x.params.get('TYPE', [])])
+cards = list(vobject.readComponents(open(sys.argv[1], encoding='utf-8', newline='').read()))
+card = cards[0]
+photo = card.photo.value
+work = [a.value for a in card.contents['adr'] if 'WORK' in a.params['TYPE']][0]
+print(json.dumps({
+    'cards': len(cards), 'fn': card.fn.value, 'family': card.n.value.family, 'given': card.n.value.given,
+    'additional': card.n.value.additional, 'prefix': card.n.value.prefix, 'suffix': card.n.value.suffix,
+    'org': card.org.value, 'title': card.title.value, 'note': card.note.value, 'bday': card.bday.value,
+    'cell': texts(card, 'tel', 'CELL'), 'fax': texts(card, 'tel', 'FAX'), 'home': texts(card, 'tel', 'HOME'),
+    'mail': [x.value for x in card.contents['email']], 'street': work.street, 'city': work.city, 'code': work.code,
+    'categories': card.categories.value, 'fileas': card.contents['x-brelix-fileas'][0].value,
+    'photo': hashlib.sha256(photo).hexdigest() if len(photo) > 99 else 'short'}))
+)";
+
+TEST(VCard, IsReadTheSameByAnotherReader) {
+  Contact contact = FullContact();
+  contact[kBody] = "one, two; three\\\r\nfour \xE2\x82\xAC " + std::string(200, 'x') + " \xF0\x9F\x98\x80";
+  contact[kCategories] = "a, b";
+  contact[kLastName] = "O'Neill; Sr.";
+  contact[kBusinessAddressStreet] = "1 Main Street\r\nFlat 2, left";
+  const ::test::TemporaryFolder folder;
+  const std::string file = (folder.Path() / "people.vcf").string();
+  std::ofstream(file, std::ios::binary) << WriteVCard(contact, VCardVersion::k30)
+                                        << WriteVCard(Contact(), VCardVersion::k30);
+  const ::test::Outcome read = ::test::Run({"/usr/bin/python3", "-c", kSecondReader, file});
+  ASSERT_EQ(read.code, 0) << read.err;
+  const auto found = nlohmann::json::parse(read.out);
+  const nlohmann::json expected = {
+      {"cards", 2},
+      {"fn", "title first name middle name O'Neill; Sr. suffix"},
+      {"family", "O'Neill; Sr."},
+      {"given", "first name"},
+      {"additional", "middle name"},
+      {"prefix", "title"},
+      {"suffix", "suffix"},
+      {"org", {"company name", "department"}},
+      {"title", "job title"},
+      {"note", "one, two; three\\\nfour \xE2\x82\xAC " + std::string(200, 'x') + " \xF0\x9F\x98\x80"},
+      {"bday", "1970-05-01"},
+      {"cell", {"mobile telephone number"}},
+      {"fax", {"business fax number", "home fax number"}},
+      {"home", {"home 2 telephone number", "home fax number", "home telephone number"}},
+      {"mail", {"email 1 address", "email 2 address", "email 3 address"}},
+      {"street", "1 Main Street\nFlat 2, left"},
+      {"city", "business address city"},
+      {"code", "business address postal code"},
+      {"categories", {"a", "b"}},
+      {"fileas", "file as"},
+      {"photo", found["photo"]},
+  };
+  EXPECT_EQ(found, expected);
+  // sha256sum of the picture, by another program again.
+  const std::string picture = (folder.Path() / "picture").string();
+  std::ofstream(picture, std::ios::binary)
+      .write(reinterpret_cast<const char*>(contact.picture.data()),
+             static_cast<std::streamsize>(contact.picture.size()));
+  EXPECT_TRUE(::test::Run({"/usr/bin/sha256sum", picture}).out.starts_with(found["photo"].get<std::string>()));
 }
 
 TEST(VCard, ReadsVersion21) {
