@@ -44,24 +44,23 @@ void MboxReader::Complain(const std::string& what) const {
   throw Failure(Exit::kLocalFile, fmt::format("{}:{}: {}", name_, std::max<size_t>(line_, 1), what));
 }
 
+MboxReader::MboxReader(std::istream& file, std::string name)
+    : file_(file), name_(std::move(name)), buffer_(kLongestLine) {}
+
 bool MboxReader::ReadLine() {
-  line_text_.resize(kLongestLine);
-  file_.getline(line_text_.data(), static_cast<std::streamsize>(line_text_.size()));
+  if (cut_) file_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+  file_.getline(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
   auto size = static_cast<size_t>(file_.gcount());
   if (file_.bad()) Complain("reading failed");
-  if (size == 0 && file_.eof()) {
-    line_text_.clear();
-    return false;
-  }
+  if (size == 0 && file_.eof()) return false;
   line_++;
-  if (file_.fail()) {  // longer than the room for it
+  cut_ = file_.fail();
+  if (cut_)
     file_.clear();
-    file_.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-  } else if (!file_.eof()) {
+  else if (!file_.eof())
     size--;  // the line feed, which is counted and not stored
-  }
-  line_text_.resize(size);
-  if (line_text_.ends_with('\r')) line_text_.pop_back();
+  line_text_ = {buffer_.data(), size};
+  if (line_text_.ends_with('\r')) line_text_.remove_suffix(1);
   return true;
 }
 
@@ -81,12 +80,12 @@ bool MboxReader::SkipToMessage() {
 // A header that we use and that begins in line_text_; others are left out.
 void MboxReader::AddHeader(std::vector<Header>& headers) const {
   const size_t colon = line_text_.find(':');
-  std::string name(Trimmed(std::string_view(line_text_).substr(0, colon)));
+  std::string name(Trimmed(line_text_.substr(0, colon)));
   const bool valid = colon != line_text_.npos && !name.empty() &&
                      std::all_of(name.begin(), name.end(), [](char c) { return c > ' ' && c < 0x7F; });
   if (!valid) Complain("neither a header (\"Name: value\") nor the empty line that ends the headers");
   std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
-  headers.push_back({name, IsWanted(name) ? line_text_.substr(colon + 1) : ""});
+  headers.push_back({name, std::string(IsWanted(name) ? line_text_.substr(colon + 1) : "")});
 }
 
 std::vector<MboxReader::Header> MboxReader::ReadHeaders() {

@@ -6,6 +6,7 @@
 #include <istream>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "desktop/mbox/Letter.h"
@@ -15,7 +16,7 @@ namespace brelix {
 class MboxReader {
  public:
   // The name is that of the file, for complaints.
-  MboxReader(std::istream& file, std::string name) : file_(file), name_(std::move(name)) {}
+  MboxReader(std::istream& file, std::string name);
 
   // Nothing at the end. Throws a local-file failure that names the line: where the file is no mbox, where a header is
   // neither a header nor the end of the headers, or where reading fails. Encoded words (RFC 2047) are decoded,
@@ -38,7 +39,9 @@ class MboxReader {
 
   std::istream& file_;
   std::string name_;
-  std::string line_text_;  // without its end, and without what is beyond the longest line
+  std::vector<char> buffer_;
+  std::string_view line_text_;  // in the buffer, without its end, and without what is beyond the longest line
+  bool cut_ = false;            // the rest of the line is still to be passed over
   size_t line_ = 0;
   size_t began_ = 0;
   bool at_separator_ = false;  // line_text_ is the "From " line of the next message
