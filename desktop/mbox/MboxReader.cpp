@@ -11,8 +11,8 @@
 namespace brelix {
 namespace {
 
-constexpr size_t kLongestLine = 1 << 20;     // headers of spam are long, but not that long
-constexpr size_t kLongestHeaders = 4 << 20;  // those we keep, of one message
+constexpr size_t kLongestLine = 1 << 16;     // mail should have no line above 998
+constexpr size_t kLongestHeaders = 1 << 20;  // those we keep, of one message
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -107,7 +107,7 @@ std::vector<MboxReader::Header> MboxReader::ReadHeaders() {
       headers.back().value += line_text_;
       size += line_text_.size();
     }
-    if (size > kLongestHeaders) Complain("the headers of one message are longer than 4 MiB");
+    if (size > kLongestHeaders) Complain("the headers of one message are longer than 1 MiB");
   }
   return headers;
 }

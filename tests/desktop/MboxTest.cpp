@@ -61,6 +61,8 @@ TEST(MboxReader, ReadsHeadersAsTheyAreFound) {
 }
 
 TEST(MboxReader, BrokenFileIsOneComplaintWithItsLine) {
+  std::string endless;
+  for (int i = 0; i < 100; i++) endless += " " + std::string(50000, 'x') + "\n";
   struct Row {
     std::string text, where;
   };
@@ -70,9 +72,7 @@ TEST(MboxReader, BrokenFileIsOneComplaintWithItsLine) {
       {kFrom + "Subject: x\nno header\n", "box:3: "},
       {kFrom + " continued\n", "box:2: "},
       {kFrom + "\ntext\n\n" + kFrom + "Subject : x\nTwo words: x\n", "box:7: "},
-      {kFrom + "To: x\n " + std::string(1000000, 'x') + "\n " + std::string(1000000, 'x') + "\n " +
-           std::string(1000000, 'x') + "\n " + std::string(1000000, 'x') + "\n " + std::string(1000000, 'x'),
-       "box:7: "},
+      {kFrom + "To: x\n" + endless, "box:23: "},
   };
   for (const Row& row : rows) {
     try {
