@@ -137,7 +137,8 @@ Exit ShowOne(Context& context, const AgendaRequest& request) {
   add("Location", item.location.value_or(""));
   add("Start", item.start ? std::optional(When(item, item.start)) : std::nullopt);
   if (item.all_day) add("All day", "yes");
-  add("End", item.end ? std::optional(TimeText(*item.end, ' ')) : std::nullopt);
+  // All-day appointments of some phones end a minute before midnight, of others at midnight.
+  add("End", item.end ? std::optional(TimeText(*item.end, ' ').substr(0, 16)) : std::nullopt);
   add("Recurs", item.recurrence ? RecurrenceText(*item.recurrence) : "no");
   add("Reminder", Reminder(item));
   add("Busy status", std::string(Word(item.busy_status)));

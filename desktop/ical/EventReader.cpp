@@ -107,6 +107,13 @@ void EventReader::ReadText(std::optional<std::string>& to, icalproperty* propert
   if (!text.empty()) to = text;
 }
 
+// Phones keep the categories as one text, with commas between them.
+void EventReader::ReadCategory(icalproperty* property, Appointment& item) {
+  const std::string text = TextOf(icalproperty_get_categories(property));
+  if (text.find_first_of(",;") != text.npos) Note(fmt::format("its category \"{}\" becomes several", text));
+  if (!text.empty()) item.categories = item.categories ? *item.categories + ", " + text : text;
+}
+
 void EventReader::ReadClass(icalproperty* property, Appointment& item) {
   const std::string word = TextOf(icalproperty_get_value_as_string(property));
   if (const Sensitivity* known = Find(kClasses, word)) {
@@ -158,11 +165,8 @@ void EventReader::ReadProperty(icalproperty* property, Appointment& item) {
       return ReadText(item.location, property);
     case ICAL_DESCRIPTION_PROPERTY:
       return ReadText(item.body, property);
-    case ICAL_CATEGORIES_PROPERTY: {
-      const std::string text = TextOf(icalproperty_get_categories(property));
-      if (!text.empty()) item.categories = item.categories ? *item.categories + ", " + text : text;
-      return;
-    }
+    case ICAL_CATEGORIES_PROPERTY:
+      return ReadCategory(property, item);
     case ICAL_CLASS_PROPERTY:
       return ReadClass(property, item);
     case ICAL_TRANSP_PROPERTY:

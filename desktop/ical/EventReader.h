@@ -36,6 +36,7 @@ class EventReader {
   void ReadProperty(icalproperty* property, Appointment& item);
   void ReadX(icalproperty* property, Appointment& item);
   void ReadText(std::optional<std::string>& to, icalproperty* property);
+  void ReadCategory(icalproperty* property, Appointment& item);
   void ReadClass(icalproperty* property, Appointment& item);
   void LeaveOut(icalproperty* property);
   void TellLeftOut();

@@ -18,7 +18,8 @@ using Component = std::unique_ptr<icalcomponent, ComponentFree>;
 // A time in no zone at all: what the phone's clock shows. As a date it has no time of day.
 icaltimetype ToIcal(const LocalTime& time, bool as_date);
 LocalTime FromIcal(const icaltimetype& time);
-// Whether there is such a time; ParseTimestamp lets a 31 February pass. Nor are there years that libical does not write.
+// Whether there is such a time; ParseTimestamp lets a 31 February pass. Nor are there years that libical does not
+// write.
 bool Exists(const icaltimetype& time);
 // The date of a time, and a date so many days later.
 icaltimetype DateOf(const icaltimetype& time);

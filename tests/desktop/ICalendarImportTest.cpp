@@ -156,6 +156,7 @@ TEST(ICalendarImport, TellsWhatAPhoneCannotKeep) {
       {start + "RDATE:20090720T090000\n", "", "RDATE is left out"},
       {start + "RRULE:FREQ=SOMETIMES\n", "", "cannot be read"},
       {start + "DTEND:20090713T090000\n", "", "end lies before its start"},
+      {start + "CATEGORIES:Work\\, urgent,Home\n", "", "its category \"Work, urgent\" becomes several"},
       {start + "CLASS:SECRET\n", "", "CLASS:SECRET becomes private"},
       {start + "ATTENDEE:mailto:a@example.com\nATTENDEE:mailto:b@example.com\nX-A:1\nURL:http://example.com\n", "",
        "left out: ATTENDEE (2 times), URL, X-A"},
