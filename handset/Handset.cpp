@@ -11,6 +11,7 @@
 #include "handset/Enter.h"
 #include "handset/Errors.h"
 #include "handset/net/HostSocket.h"
+#include "handset/system/DescribedFiles.h"
 
 namespace handset {
 
@@ -85,6 +86,7 @@ void Handset::Init(const fs::path& folder, const nlohmann::json& json,
     fs::create_directory(made / kFiles);
     Store::Create(made / kDatabase, description);
     complete(made);
+    MakeFiles(FileRoot(made / kFiles), description.files);
     Sync(made / kDatabase);
     Sync(made);
     fs::rename(made, target);

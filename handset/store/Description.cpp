@@ -9,6 +9,7 @@
 
 #include "handset/Errors.h"
 #include "handset/store/CallDescription.h"
+#include "handset/store/FilesDescription.h"
 #include "handset/store/JsonFields.h"
 #include "handset/store/MailDescription.h"
 #include "handset/store/NearMatch.h"
@@ -175,7 +176,7 @@ json PrintFault(const FaultRule& rule) {
 Description ParseDescription(const json& source) {
   const JsonNode node(source);
   node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "contacts", "appointments",
-                   "messageBoxes", "faults", "calls", "accounts", "sms", "outbox"});
+                   "messageBoxes", "faults", "calls", "accounts", "sms", "outbox", "files"});
   Description description;
   if (const auto schema = node.Find("$schema")) schema->String();
   ReadList(node, "lines", description.lines, ParseLine);
@@ -191,6 +192,7 @@ Description ParseDescription(const json& source) {
   if (const auto accounts = node.Find("accounts")) description.accounts = ParseAccounts(*accounts);
   if (const auto sms = node.Find("sms")) description.sms = ParseSms(*sms);
   if (const auto outbox = node.Find("outbox")) description.outbox = ParseOutbox(*outbox);
+  if (const auto files = node.Find("files")) description.files = ParseFiles(*files);
   return description;
 }
 
@@ -223,7 +225,8 @@ json PrintDescription(const Description& description) {
           {"calls", PrintList(description.calls, PrintCall)},
           {"accounts", PrintAccounts(description.accounts)},
           {"sms", PrintSms(description.sms)},
-          {"outbox", PrintList(description.outbox, PrintOutboxMessage)}};
+          {"outbox", PrintList(description.outbox, PrintOutboxMessage)},
+          {"files", PrintFiles(description.files)}};
 }
 
 namespace {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
@@ -158,6 +159,18 @@ struct OutboxMessage {
   std::uint32_t queries = 0;   // how often its status was asked for
 };
 
+// A file or folder. Without content, size and isFolder it is one that something else puts there.
+struct PhoneFile {
+  std::u16string path;
+  bool isFolder = false;
+  std::optional<Bytes> content = {};
+  std::optional<std::uint64_t> size = {};  // bytes; the content is repeated or cut
+  std::optional<FileTime> modified = {};
+  std::optional<std::uint32_t> attributes = {};  // absent: archive for a file, none for a folder
+};
+// By folded name.
+using FileAttributes = std::map<std::u16string, std::uint32_t>;
+
 struct Description {
   std::vector<Line> lines = {{.name = u"Cellular Line"}};
   Os os;
@@ -173,6 +186,7 @@ struct Description {
   std::vector<MailAccount> accounts;
   Sms sms;
   std::vector<OutboxMessage> outbox;
+  std::vector<PhoneFile> files;
 };
 
 // Throw DescriptionError.

@@ -5,6 +5,7 @@
 
 #include "handset/Errors.h"
 #include "handset/Schema.h"
+#include "handset/store/FileRows.h"
 #include "handset/store/RegistryDescription.h"
 #include "handset/store/StoreRows.h"
 
@@ -185,6 +186,10 @@ std::vector<std::u16string> Store::GetSubkeys(std::int64_t key) const {
 std::vector<RegistryValueHead> Store::GetValueHeads(std::int64_t key) const {
   const std::lock_guard lock(m_mutex);
   return OnDatabase(m_file, [&] { return SelectValueHeads(*m_database, key); });
+}
+
+FileAttributes Store::GetFileAttributes(std::u16string_view folder, std::u16string_view name) const {
+  return Use([&](Database& database) { return SelectFileAttributes(database, folder, name); });
 }
 
 std::string Store::GetKeyPath(std::int64_t key) const {

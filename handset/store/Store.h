@@ -50,6 +50,8 @@ class Store {
   // In the order in which they were made.
   std::vector<std::u16string> GetSubkeys(std::int64_t key) const;
   std::vector<RegistryValueHead> GetValueHeads(std::int64_t key) const;
+  // Those that a description gave, by folded names; of one name in the folder, or of all when it is empty.
+  FileAttributes GetFileAttributes(std::u16string_view folder, std::u16string_view name) const;
   // For people.
   std::string GetKeyPath(std::int64_t key) const;
 

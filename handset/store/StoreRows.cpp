@@ -3,6 +3,7 @@
 #include <map>
 
 #include "handset/store/CallRows.h"
+#include "handset/store/FileRows.h"
 #include "handset/store/MailRows.h"
 #include "handset/store/PimRows.h"
 #include "handset/store/RegistryDescription.h"
@@ -114,6 +115,7 @@ void InsertDescription(Database& database, const Description& description) {
   InsertCalls(database, description.calls);
   InsertAccounts(database, description.accounts);
   InsertSms(database, description.sms, description.outbox);
+  InsertFiles(database, description.files);
 }
 
 Description SelectDescription(const Database& database) {
@@ -130,7 +132,8 @@ Description SelectDescription(const Database& database) {
           .calls = SelectCalls(database),
           .accounts = SelectAccounts(database),
           .sms = SelectSms(database),
-          .outbox = SelectOutbox(database)};
+          .outbox = SelectOutbox(database),
+          .files = SelectFiles(database)};
 }
 
 std::vector<Line> SelectLines(const Database& database) {

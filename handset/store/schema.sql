@@ -268,3 +268,12 @@ CREATE TABLE IF NOT EXISTS outbox (
   encoding INTEGER NOT NULL,
   queries INTEGER NOT NULL
 ) STRICT;
+
+-- Attributes that are not the usual ones. Names and paths of folders are folded; the root is empty.
+CREATE TABLE IF NOT EXISTS file_attributes (
+  folder TEXT NOT NULL,
+  name TEXT NOT NULL,
+  path TEXT NOT NULL,         -- as it was written
+  attributes INTEGER NOT NULL,
+  PRIMARY KEY (folder, name)
+) STRICT;

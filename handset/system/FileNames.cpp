@@ -46,6 +46,14 @@ PhonePath CutPath(std::u16string_view path) {
   return cut;
 }
 
+bool IsPhonePath(std::u16string_view path) {
+  try {
+    return IsFileName(CutPath(path).last);
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
 // Each "*" takes as little as it can; when what follows does not fit, the last one takes one character more.
 bool MatchesPattern(std::u16string_view pattern, std::u16string_view name) {
   if (pattern == u"*.*") return true;

@@ -17,6 +17,9 @@ struct PhonePath {
 // 123 for a folder with a character that no name has.
 PhonePath CutPath(std::u16string_view path);
 
+// Whether something can be there: a path that CutPath takes, with a name at its end.
+bool IsPhonePath(std::u16string_view path);
+
 // Whether a file or folder can be called that: without path marks, wildcards and control characters, and not "." or
 // "..". Such a name says nothing to the host but a name either.
 bool IsFileName(std::u16string_view name);

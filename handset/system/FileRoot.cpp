@@ -19,6 +19,7 @@ namespace {
 
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t kNewFileMode = 0644;
+constexpr mode_t kNewFolderMode = 0755;
 constexpr ce::DWORD kTooManyOpenFiles = 4;
 
 using Folder = std::unique_ptr<DIR, int (*)(DIR*)>;
@@ -156,6 +157,32 @@ UniqueFd FileRoot::Open(std::u16string_view path, int flags, Sharing sharing) co
   if ((flags & O_TRUNC) != 0 && ftruncate(file.Get(), 0) != 0) FailAs(errno, ce::ERROR_ACCESS_DENIED);
   if ((flags & O_CREAT) != 0) fsync(folder.Get());
   return file;
+}
+
+void FileRoot::MakeFolder(std::u16string_view path) const {
+  UniqueFd folder = OpenFolder({});
+  while (!path.empty()) {
+    const std::size_t end = std::min(path.find(u'\\', 1), path.size());
+    const std::u16string name(path.substr(1, end - 1));
+    if (!IsFileName(name)) throw Failure{ce::ERROR_INVALID_NAME};
+    const std::string hostName = NameInFolder(folder, name);
+    if (mkdirat(folder.Get(), hostName.c_str(), kNewFolderMode) == 0) fsync(folder.Get());
+    folder = UniqueFd(openat(folder.Get(), hostName.c_str(), kFolderFlags));
+    if (!folder) throw Failure{ce::ERROR_ACCESS_DENIED};
+    path.remove_prefix(end);
+  }
+}
+
+void FileRoot::SetWritten(std::u16string_view path, FileTime time) const {
+  const PhonePath cut = CutPath(path);
+  const UniqueFd folder = OpenFolder(cut.folders);
+  const auto since1970 = SinceUnixStart(time);
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(since1970);
+  const timespec written{.tv_sec = static_cast<time_t>(seconds.count()),
+                         .tv_nsec = std::chrono::nanoseconds(since1970 - seconds).count()};
+  const timespec times[] = {written, written};
+  const std::string name = NameInFolder(folder, cut.last);
+  if (utimensat(folder.Get(), name.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) FailAs(errno, ce::ERROR_FILE_NOT_FOUND);
 }
 
 std::vector<FileEntry> FileRoot::Find(std::u16string_view path) const {

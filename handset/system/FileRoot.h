@@ -40,6 +40,11 @@ class FileRoot {
   // there, 123 for a name that cannot be.
   std::vector<FileEntry> Find(std::u16string_view path) const;
 
+  // With the folders on the way; one that is there stays as it is. 5 when a file is in the way.
+  void MakeFolder(std::u16string_view path) const;
+  // Of a file or folder.
+  void SetWritten(std::u16string_view path, FileTime time) const;
+
  private:
   UniqueFd OpenFolder(const std::vector<std::u16string>& names) const;
 

@@ -6,7 +6,9 @@
 #include <string>
 
 #include "handset/Enter.h"
+#include "handset/Text.h"
 #include "handset/system/FileHandle.h"
+#include "handset/system/FileNames.h"
 #include "handset/system/SystemTime.h"
 
 using handset::Call;
@@ -40,12 +42,24 @@ ce::WIN32_FIND_DATAW FindData(const FileEntry& entry, ce::DWORD attributes) {
   return data;
 }
 
+std::u16string FoldedFolder(const handset::PhonePath& path) {
+  std::u16string folded;
+  for (const std::u16string& name : path.folders) folded.append(u"\\").append(handset::Fold(name));
+  return folded;
+}
+
 std::vector<ce::WIN32_FIND_DATAW> Search(const Phone& phone, std::u16string_view path) {
   const std::vector<FileEntry> entries = phone.files.Find(path);
+  const handset::PhonePath cut = handset::CutPath(path);
+  const handset::FileAttributes known = phone.store.GetFileAttributes(
+      FoldedFolder(cut), handset::HasWildcards(cut.last) ? std::u16string() : handset::Fold(cut.last));
   std::vector<ce::WIN32_FIND_DATAW> matches;
   matches.reserve(entries.size());
   for (const FileEntry& entry : entries) {
-    matches.push_back(FindData(entry, entry.isFolder ? ce::FILE_ATTRIBUTE_DIRECTORY : ce::FILE_ATTRIBUTE_ARCHIVE));
+    const auto attributes = known.empty() ? known.end() : known.find(handset::Fold(entry.name));
+    const ce::DWORD usual = entry.isFolder ? 0 : ce::FILE_ATTRIBUTE_ARCHIVE;
+    const ce::DWORD own = attributes != known.end() ? attributes->second : usual;
+    matches.push_back(FindData(entry, own | (entry.isFolder ? ce::FILE_ATTRIBUTE_DIRECTORY : 0)));
   }
   return matches;
 }
