@@ -4,8 +4,8 @@
 #include <set>
 
 #include "handset/Enter.h"
+#include "handset/store/FileTimeText.h"
 #include "handset/store/JsonFields.h"
-#include "handset/store/TimeText.h"
 #include "handset/system/FileNames.h"
 #include "platform/Files.h"
 
@@ -66,11 +66,7 @@ PhoneFile ParseFile(const JsonNode& node) {
     if (file.content && file.content->empty()) size->Misfit("no size for an empty content");
   }
   if (file.isFolder && (hasContent || file.size)) node.Misfit("a folder without content", "one with it");
-  if (const auto modified = node.Find("modified")) {
-    const auto time = ParseTime(modified->String());
-    if (!time) modified->Misfit("a time such as \"2009-07-12T13:45:01.250\"");
-    file.modified = ToFileTime(time->time_since_epoch());
-  }
+  if (const auto modified = node.Find("modified")) file.modified = ParseFileTime(*modified);
   if (const auto attributes = node.Find("attributes")) file.attributes = ParseAttributes(*attributes);
   return file;
 }

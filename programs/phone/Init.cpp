@@ -8,6 +8,7 @@
 #include "handset/Handset.h"
 #include "handset/store/Description.h"
 #include "programs/phone/Commands.h"
+#include "programs/phone/import/Files.h"
 #include "programs/phone/import/Import.h"
 
 namespace brelix_phone {
@@ -18,22 +19,23 @@ nlohmann::json ReadDescription(const std::filesystem::path& file) {
 }
 
 // Each source adds its part. What it cannot read is thrown before anything is made.
-void Import(const InitSources& sources, nlohmann::json& description) {
+void Import(const InitSources& sources, const FileImport& files, nlohmann::json& description) {
+  if (!sources.registry.empty()) ImportRegistry(sources.registry, description);
+  files.Describe(description);
   if (!sources.contacts.empty()) ImportContacts(sources.contacts, description);
   if (!sources.agenda.empty()) ImportAgenda(sources.agenda, description);
   for (const std::string& mail : sources.mail) ImportMail(mail, description);
 }
 
-// What goes into the finished folder rather than into the description.
-void Complete(const InitSources&, const std::filesystem::path&) {}
-
 }  // namespace
 
 int Init(const std::filesystem::path& folder, const InitSources& sources) {
   nlohmann::json description = ReadDescription(sources.description);
-  Import(sources, description);
+  const FileImport files = sources.files.empty() ? FileImport() : FileImport(sources.files);
+  Import(sources, files, description);
   try {
-    handset::Handset::Init(folder, description, [&](const std::filesystem::path& made) { Complete(sources, made); });
+    handset::Handset::Init(folder, description,
+                           [&](const std::filesystem::path& made) { files.CopyTo(made / "files"); });
   } catch (const handset::DescriptionError& error) {
     throw handset::DescriptionError(error.GetPointer(), error.GetExpected(), error.GetFound(),
                                     sources.description.string());

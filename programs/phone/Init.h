@@ -12,6 +12,8 @@ struct InitSources {
   std::filesystem::path description;  // JSON; a phone of defaults where it is empty
   std::filesystem::path contacts;     // a vCard file
   std::filesystem::path agenda;       // iCalendar
+  std::filesystem::path files;        // a folder, copied
+  std::filesystem::path registry;     // a .reg file
   std::vector<std::string> mail;      // ACCOUNT/FOLDER=FILE, the file in mbox format
 };
 

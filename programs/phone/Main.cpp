@@ -41,6 +41,8 @@ int Run(int argc, char** argv) {
   init->add_option("--agenda", sources.agenda, "Appointments from an iCalendar file");
   init->add_option("--mail", sources.mail, "Messages from an mbox file, as ACCOUNT/FOLDER=FILE; may be repeated")
       ->allow_extra_args(false);
+  init->add_option("--files", sources.files, "A folder that is copied, with its times, as the phone's files");
+  init->add_option("--registry", sources.registry, "Keys and values from a .reg file");
 
   auto* describe = app.add_subcommand("describe", "Print a phone as JSON; init --from makes the same phone of it");
   describe->add_option("DIR", folder, "The phone's folder")->required();

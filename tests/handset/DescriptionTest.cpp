@@ -73,7 +73,8 @@ const json& OddPhone() {
       {"steps": [{"queries": 2, "state": "sent"}, {"queries": 0, "status": [1, 2]},
                  {"queries": 1, "result": "0x80004005"}]}]},
     "outbox": [{"id": 7, "sent": "1601-01-01T00:00:00Z", "to": "", "text": {"utf16": "D800"}, "serviceCentre": "",
-                "options": 2, "class": 1, "replace": 0, "encoding": 2, "queries": 3}]
+                "options": 2, "class": 1, "replace": 0, "encoding": 2, "queries": 3}],
+    "files": []
   })");
   return kPhone;
 }

@@ -18,4 +18,7 @@ void ImportAgenda(const std::filesystem::path& file, nlohmann::json& description
 // "ACCOUNT/FOLDER=FILE": the messages of an mbox file, in that folder. Throws std::invalid_argument for another form.
 void ImportMail(const std::string& source, nlohmann::json& description);
 
+// A registry file in text as "registry"; where the description has the same value, the file's holds.
+void ImportRegistry(const std::filesystem::path& file, nlohmann::json& description);
+
 }  // namespace brelix_phone
