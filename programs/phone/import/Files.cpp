@@ -24,12 +24,24 @@ using handset::UniqueFd;
 
 constexpr std::size_t kPiece = 1 << 18;
 
+// Names of files are any bytes; a terminal gets text only.
+std::string Shown(const fs::path& path) {
+  const bool isText = handset::FromUtf8(path.string(), handset::Surrogates::kRefuse).has_value();
+  std::string shown;
+  for (const char c : path.string()) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool isPlain = byte >= 0x20 && byte != 0x7F && (byte < 0x80 || isText);
+    shown += isPlain ? std::string(1, c) : fmt::format("\\x{:02X}", byte);
+  }
+  return shown;
+}
+
 [[noreturn]] void FailWith(const fs::path& path, const char* what) {
-  throw std::runtime_error(fmt::format("{}: {}: {}", path.string(), what, std::strerror(errno)));
+  throw std::runtime_error(fmt::format("{}: {}: {}", Shown(path), what, std::strerror(errno)));
 }
 
 void Tell(const fs::path& path, const char* what) {
-  fmt::print(stderr, "brelix-phone: {}: {}; not copied\n", path.string(), what);
+  fmt::print(stderr, "brelix-phone: {}: {}; not copied\n", Shown(path), what);
 }
 
 // Why a phone cannot have it; nothing when it can.

@@ -216,6 +216,7 @@ struct NumberedLine {
 };
 
 std::string ReadBytes(const std::filesystem::path& file) {
+  if (std::filesystem::is_directory(file)) throw std::runtime_error(file.string() + ": a folder, not a registry file");
   std::ifstream in(file, std::ios::binary);
   std::string bytes{std::istreambuf_iterator<char>(in), {}};
   if (!in.good() && !in.eof()) throw std::runtime_error(file.string() + ": cannot be read");
