@@ -26,12 +26,10 @@ void AddAllowLoss(CLI::App& app, bool& allow_loss) {
   app.add_flag("--allow-loss", allow_loss, "Cut texts that are too long for the phone's agent");
 }
 
-std::shared_ptr<std::vector<uint32_t>> AddOids(CLI::App& app, size_t most) {
-  auto oids = std::make_shared<std::vector<uint32_t>>();
-  app.add_option("N", *oids, "The contact's object id, as list shows it")
-      ->required()
-      ->expected(1, static_cast<int>(most));
-  return oids;
+std::shared_ptr<uint32_t> AddOid(CLI::App& app) {
+  auto oid = std::make_shared<uint32_t>();
+  app.add_option("N", *oid, "The contact's object id, as list shows it")->required();
+  return oid;
 }
 
 std::string NameAndId(const Contact& contact) {
@@ -102,7 +100,7 @@ Exit SetContact(Context& context, uint32_t oid, const NewTexts& texts, HowToWrit
 
 void DeclareSet(CLI::App& contacts, Action& chosen) {
   CLI::App* app = contacts.add_subcommand("set", "Change fields of one contact; an empty text clears a field");
-  auto oids = AddOids(*app, 1);
+  auto oid = AddOid(*app);
   auto how = std::make_shared<HowToWrite>();
   AddDryRun(*app, how->dry_run);
   AddAllowLoss(*app, how->allow_loss);
@@ -117,7 +115,7 @@ void DeclareSet(CLI::App& contacts, Action& chosen) {
   }
   app->callback([=, &chosen] {
     const NewTexts texts = CheckedTexts(*given);
-    chosen = [=](Context& context) { return SetContact(context, oids->front(), texts, *how); };
+    chosen = [=](Context& context) { return SetContact(context, *oid, texts, *how); };
   });
 }
 
@@ -167,7 +165,8 @@ Exit RemoveContacts(Context& context, const std::set<uint32_t>& oids, bool dry_r
 
 void DeclareRemove(CLI::App& contacts, Action& chosen) {
   CLI::App* app = contacts.add_subcommand("rm", "Delete contacts");
-  auto oids = AddOids(*app, 10000);
+  auto oids = std::make_shared<std::vector<uint32_t>>();
+  app->add_option("N", *oids, "The contacts' object ids, as list shows them")->required();
   auto dry_run = std::make_shared<bool>(false);
   AddDryRun(*app, *dry_run);
   app->callback([=, &chosen] {
@@ -230,7 +229,7 @@ Exit SetPhoto(Context& context, uint32_t oid, const PhotoWords& words, const Byt
 
 void DeclarePhoto(CLI::App& contacts, Action& chosen) {
   CLI::App* app = contacts.add_subcommand("photo", "Set, save or remove a contact's picture");
-  auto oids = AddOids(*app, 1);
+  auto oid = AddOid(*app);
   auto words = std::make_shared<PhotoWords>();
   auto* file = app->add_option("FILE", words->file, "The picture to set, a JPEG file for most phones");
   auto* save =
@@ -244,7 +243,7 @@ void DeclarePhoto(CLI::App& contacts, Action& chosen) {
       throw Failure(Exit::kUsage, "photo: give a picture FILE, --save FILE or --remove");
     const auto picture = std::make_shared<Bytes>();
     if (!words->file.empty()) *picture = ReadPicture(words->file);
-    chosen = [=](Context& context) { return SetPhoto(context, oids->front(), *words, *picture); };
+    chosen = [=](Context& context) { return SetPhoto(context, *oid, *words, *picture); };
   });
 }
 
