@@ -68,20 +68,29 @@ Object LoadObject(Statement& row) {
   return object;
 }
 
-// Runs a statement with the object's key and columns as its parameters and tells how many rows it touched. In sql, {0}
-// stands for the columns and {1} for as many parameters, the first of which is the key.
+// A statement that takes the object's key and columns as its parameters. In sql, {0} stands for the columns and {1} for
+// as many parameters, the first of which is the key.
 template <typename Object>
-int PutObject(Database& database, const char* sql, std::string_view key, std::uint32_t oid, const Object& object) {
+Statement PrepareWrite(const Database& database, const char* sql, std::string_view key) {
   std::string marks = "?1";
-  ForEachColumn(object, [&](std::string_view, const auto&) { marks += ", ?"; });
-  Statement statement(database, fmt::format(fmt::runtime(sql), ColumnNames<Object>(key), marks));
+  Object object;
+  ForEachColumn(object, [&](std::string_view, auto&) { marks += ", ?"; });
+  return {database, fmt::format(fmt::runtime(sql), ColumnNames<Object>(key), marks)};
+}
+
+// How many rows were touched.
+template <typename Object>
+int Write(Statement& statement, std::uint32_t oid, const Object& object) {
   Bind(statement, 1, oid);
   int at = 1;
   ForEachColumn(object, [&](std::string_view, const auto& value) { Bind(statement, ++at, value); });
-  return statement.exec();
+  const int touched = statement.exec();
+  statement.reset();
+  return touched;
 }
 
 constexpr const char* kInsertContact = "INSERT INTO contact ({}) VALUES ({})";
+constexpr const char* kUpdateContact = "UPDATE contact SET ({}) = ({}) WHERE oid = ?1";
 
 std::vector<std::u16string> SelectRecipients(const Database& database, std::uint32_t appointment) {
   Statement rows(database, "SELECT name FROM recipient WHERE appointment = ? ORDER BY id");
@@ -98,15 +107,26 @@ std::optional<Recurrence> SelectRecurrence(const Database& database, std::uint32
   return LoadObject<Recurrence>(row);
 }
 
-void InsertAppointment(Database& database, const Appointment& appointment) {
-  Insert(database, "INSERT INTO item VALUES (?, ?)", appointment.oid, ce::olFolderCalendar);
-  PutObject(database, "INSERT INTO appointment ({}) VALUES ({})", "oid", appointment.oid, appointment);
-  if (appointment.recurrence) {
-    PutObject(database, "INSERT INTO recurrence ({}) VALUES ({})", "appointment", appointment.oid,
-              *appointment.recurrence);
+void InsertContacts(Database& database, const std::vector<Contact>& contacts) {
+  Statement item(database, "INSERT INTO item VALUES (?, ?)");
+  Statement row = PrepareWrite<Contact>(database, kInsertContact, "oid");
+  for (const Contact& contact : contacts) {
+    Execute(item, contact.oid, ce::olFolderContacts);
+    Write(row, contact.oid, contact);
+    if (!contact.picture.empty()) PutPicture(database, contact.oid, contact.picture);
   }
-  for (const std::u16string& name : appointment.recipients) {
-    Insert(database, "INSERT INTO recipient (appointment, name) VALUES (?, ?)", appointment.oid, name);
+}
+
+void InsertAppointments(Database& database, const std::vector<Appointment>& appointments) {
+  Statement item(database, "INSERT INTO item VALUES (?, ?)");
+  Statement row = PrepareWrite<Appointment>(database, "INSERT INTO appointment ({}) VALUES ({})", "oid");
+  Statement pattern = PrepareWrite<Recurrence>(database, "INSERT INTO recurrence ({}) VALUES ({})", "appointment");
+  Statement recipient(database, "INSERT INTO recipient (appointment, name) VALUES (?, ?)");
+  for (const Appointment& appointment : appointments) {
+    Execute(item, appointment.oid, ce::olFolderCalendar);
+    Write(row, appointment.oid, appointment);
+    if (appointment.recurrence) Write(pattern, appointment.oid, *appointment.recurrence);
+    for (const std::u16string& name : appointment.recipients) Execute(recipient, appointment.oid, name);
   }
 }
 
@@ -114,12 +134,8 @@ void InsertAppointment(Database& database, const Appointment& appointment) {
 
 void InsertItems(Database& database, const std::vector<Contact>& contacts,
                  const std::vector<Appointment>& appointments) {
-  for (const Contact& contact : contacts) {
-    Insert(database, "INSERT INTO item VALUES (?, ?)", contact.oid, ce::olFolderContacts);
-    PutObject(database, kInsertContact, "oid", contact.oid, contact);
-    if (!contact.picture.empty()) PutPicture(database, contact.oid, contact.picture);
-  }
-  for (const Appointment& appointment : appointments) InsertAppointment(database, appointment);
+  InsertContacts(database, contacts);
+  InsertAppointments(database, appointments);
 }
 
 std::vector<Contact> SelectContacts(const Database& database) {
@@ -179,13 +195,15 @@ Bytes SelectPicture(const Database& database, std::uint32_t contact) {
 
 bool PutContact(Database& database, Contact& contact) {
   if (contact.oid != 0) {
-    return PutObject(database, "UPDATE contact SET ({}) = ({}) WHERE oid = ?1", "oid", contact.oid, contact) > 0;
+    Statement update = PrepareWrite<Contact>(database, kUpdateContact, "oid");
+    return Write(update, contact.oid, contact) > 0;
   }
   Insert(database, "INSERT INTO item (folder) VALUES (?)", ce::olFolderContacts);
   const std::int64_t oid = database.getLastInsertRowid();
   if (oid > std::numeric_limits<std::uint32_t>::max()) throw SQLite::Exception("all object ids are used up");
   contact.oid = static_cast<std::uint32_t>(oid);
-  PutObject(database, kInsertContact, "oid", contact.oid, contact);
+  Statement insert = PrepareWrite<Contact>(database, kInsertContact, "oid");
+  Write(insert, contact.oid, contact);
   return true;
 }
 
