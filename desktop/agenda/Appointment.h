@@ -52,6 +52,7 @@ struct Appointment {
   bool reminder_set = false;
   std::optional<int64_t> reminder_minutes;  // before the start; the phone keeps a number for unset reminders too
   std::optional<std::string> reminder_sound;
+  bool ambiguous = false;  // a text holds what looks like the elements around it; the phone may have meant others
 };
 
 // Reads an `agendaentry` document; throws a protocol failure when it is not a whole one.

@@ -1,38 +1,95 @@
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <map>
 #include <span>
 
 #include "desktop/Document.h"
+#include "desktop/Elements.h"
+#include "desktop/Failure.h"
+#include "desktop/Text.h"
 #include "desktop/agenda/Appointment.h"
 
 namespace brelix {
 namespace {
 
-// In the order in which the agent writes them.
-constexpr std::array<std::string_view, 24> kElements = {"oid",
-                                                        "alldayevent",
-                                                        "subject",
-                                                        "location",
-                                                        "categories",
-                                                        "body",
-                                                        "starttime",
-                                                        "endtime",
-                                                        "isrecurring",
-                                                        "recurrence",
-                                                        "dayofmonth",
-                                                        "monthofyear",
-                                                        "dayofweekmask",
-                                                        "instance",
-                                                        "interval",
-                                                        "patternstartdate",
-                                                        "patternenddate",
-                                                        "occurrences",
-                                                        "busystatus",
-                                                        "sensitivity",
-                                                        "meetingstatus",
-                                                        "reminderset",
-                                                        "minutesbeforereminder",
-                                                        "remindersound"};
+// In the order in which the agent writes them, each at most once.
+constexpr auto kElements = [] {
+  constexpr std::array<std::string_view, 24> kNames = {"oid",
+                                                       "alldayevent",
+                                                       "subject",
+                                                       "location",
+                                                       "categories",
+                                                       "body",
+                                                       "starttime",
+                                                       "endtime",
+                                                       "isrecurring",
+                                                       "recurrence",
+                                                       "dayofmonth",
+                                                       "monthofyear",
+                                                       "dayofweekmask",
+                                                       "instance",
+                                                       "interval",
+                                                       "patternstartdate",
+                                                       "patternenddate",
+                                                       "occurrences",
+                                                       "busystatus",
+                                                       "sensitivity",
+                                                       "meetingstatus",
+                                                       "reminderset",
+                                                       "minutesbeforereminder",
+                                                       "remindersound"};
+  std::array<ElementRule, kNames.size()> rules{};
+  for (size_t i = 0; i < rules.size(); i++) rules[i] = {kNames[i], static_cast<int>(i)};
+  return rules;
+}();
+
+// The texts of the elements. A document in which something stands between the elements is read as far as it goes.
+class Fields {
+ public:
+  explicit Fields(std::string_view text) {
+    try {
+      const Reading reading = ReadElements(InsideRoot(text, kRoot), kElements);
+      for (const ElementText& element : reading.elements) raw_.emplace(element.name, element.text);
+      ambiguous_ = reading.ambiguous;
+    } catch (const Failure&) {
+      ReadTolerantly(text);
+    }
+  }
+
+  bool ambiguous() const { return ambiguous_; }
+  std::optional<std::string_view> Raw(std::string_view name) const {
+    const auto found = raw_.find(name);
+    if (found == raw_.end()) return std::nullopt;
+    return found->second;
+  }
+  std::optional<std::string> Text(std::string_view name) const {
+    const auto raw = Raw(name);
+    if (!raw || raw->empty()) return std::nullopt;
+    return CleanUtf8(*raw);
+  }
+  std::optional<int64_t> Number(std::string_view name) const {
+    const std::string_view raw = Raw(name).value_or("");
+    int64_t value = 0;
+    const auto [end, error] = std::from_chars(raw.data(), raw.data() + raw.size(), value);
+    if (error != std::errc() || end != raw.data() + raw.size()) return std::nullopt;
+    return value;
+  }
+
+ private:
+  void ReadTolerantly(std::string_view text) {
+    std::vector<std::string_view> names;
+    for (const ElementRule& rule : kElements) names.push_back(rule.name);
+    held_.emplace(text, kRoot, names);
+    for (const std::string_view name : names)
+      if (const auto raw = held_->Raw(name)) raw_.emplace(name, *raw);
+  }
+
+  static constexpr std::string_view kRoot = "agendaentry";
+  std::map<std::string_view, std::string_view> raw_;
+  std::optional<Document> held_;
+  bool ambiguous_ = false;
+};
 
 template <typename Value>
 struct WordRow {
@@ -88,7 +145,7 @@ bool IsEach(std::string_view word, std::string_view unit) {
 // The number in "each 60 month" is the appointment's length in minutes; how many months lie between two occurrences
 // stands in an element of its own. Left-over bytes can happen to look like these words, but only the two types that
 // have them come with an instance.
-RecurrenceType TypeOf(const Document& document) {
+RecurrenceType TypeOf(const Fields& document) {
   const auto word = document.Raw("recurrence");
   const bool by_day = document.Raw("instance").has_value();
   if (word && by_day && IsEach(*word, " month")) return RecurrenceType::kMonthlyByDay;
@@ -96,13 +153,13 @@ RecurrenceType TypeOf(const Document& document) {
   return Lookup<RecurrenceType>(kRecurrences, word);
 }
 
-bool Yes(const Document& document, std::string_view name) { return document.Raw(name) == "yes"; }
+bool Yes(const Fields& document, std::string_view name) { return document.Raw(name) == "yes"; }
 
-std::optional<LocalTime> Time(const Document& document, std::string_view name) {
+std::optional<LocalTime> Time(const Fields& document, std::string_view name) {
   return ParseTimestamp(document.Raw(name).value_or(""));
 }
 
-Recurrence ReadRecurrence(const Document& document) {
+Recurrence ReadRecurrence(const Fields& document) {
   return {.type = TypeOf(document),
           .interval = document.Number("interval"),
           .day_of_week_mask = document.Number("dayofweekmask"),
@@ -117,8 +174,9 @@ Recurrence ReadRecurrence(const Document& document) {
 }  // namespace
 
 Appointment ReadAppointment(std::string_view text) {
-  const Document document(text, "agendaentry", kElements);
+  const Fields document(text);
   Appointment item;
+  item.ambiguous = document.ambiguous();
   item.oid = static_cast<uint32_t>(document.Number("oid").value_or(0));
   item.all_day = Yes(document, "alldayevent");
   item.subject = document.Text("subject");

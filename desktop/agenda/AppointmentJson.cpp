@@ -39,21 +39,23 @@ Json Pattern(const std::optional<Recurrence>& r) {
 }  // namespace
 
 Json ToJson(const Appointment& item) {
-  return {{"oid", item.oid},
-          {"subject", OrNull(item.subject)},
-          {"location", OrNull(item.location)},
-          {"categories", SplitCategories(item.categories.value_or(""))},
-          {"body", OrNull(item.body)},
-          {"all_day", item.all_day},
-          {"start", Time(item.start)},
-          {"end", Time(item.end)},
-          {"recurrence", Pattern(item.recurrence)},
-          {"busy_status", Word(item.busy_status)},
-          {"sensitivity", Word(item.sensitivity)},
-          {"meeting_status", Word(item.meeting_status)},
-          {"reminder_set", item.reminder_set},
-          {"reminder_minutes", OrNull(item.reminder_minutes)},
-          {"reminder_sound", OrNull(item.reminder_sound)}};
+  Json object = {{"oid", item.oid},
+                 {"subject", OrNull(item.subject)},
+                 {"location", OrNull(item.location)},
+                 {"categories", SplitCategories(item.categories.value_or(""))},
+                 {"body", OrNull(item.body)},
+                 {"all_day", item.all_day},
+                 {"start", Time(item.start)},
+                 {"end", Time(item.end)},
+                 {"recurrence", Pattern(item.recurrence)},
+                 {"busy_status", Word(item.busy_status)},
+                 {"sensitivity", Word(item.sensitivity)},
+                 {"meeting_status", Word(item.meeting_status)},
+                 {"reminder_set", item.reminder_set},
+                 {"reminder_minutes", OrNull(item.reminder_minutes)},
+                 {"reminder_sound", OrNull(item.reminder_sound)}};
+  if (item.ambiguous) object["ambiguous"] = true;
+  return object;
 }
 
 }  // namespace brelix

@@ -145,6 +145,7 @@ Exit ShowOne(Context& context, const AgendaRequest& request) {
   add("Sensitivity", std::string(Word(item.sensitivity)));
   add("Meeting", std::string(Word(item.meeting_status)));
   add("Categories", item.categories.value_or(""));
+  if (item.ambiguous) add("Note", "its texts could be told apart in another way");
   if (item.body) report.Below("\n" + PrintableLines(*item.body));
   return Exit::kOk;
 }

@@ -106,6 +106,7 @@ ExportedEvent ToEvent(const Appointment& item, const std::string& phone, const i
     return out;
   }
   out.complete = !span->dates_lost;
+  if (item.ambiguous) out.notes.emplace_back("its texts could be told apart in another way");
   const Component event(icalcomponent_new_vevent());
   Add(event.get(), icalproperty_new_uid(fmt::format("agenda-{}@{}.brelix", item.oid, phone).c_str()));
   Add(event.get(), icalproperty_new_dtstamp(now));

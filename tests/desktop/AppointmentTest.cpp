@@ -69,6 +69,26 @@ TEST(Appointment, OfNothingButWhatIsAlwaysThere) {
   EXPECT_THROW(ReadAppointment("<contactentry></contactentry>"), Failure);
 }
 
+TEST(Appointment, TextsThatLookLikeElementsAreToldOrLeftWhole) {
+  const auto read = [](const std::string& subject, const std::string& location = "") {
+    return Read("<agendaentry>\n  <oid>7</oid>\n  <alldayevent>no</alldayevent>\n  <subject>" + subject +
+                "</subject>\n" + location +
+                "  <starttime>20090713T090000Z</starttime>\n  <endtime>20090713T100000Z</endtime>\n"
+                "  <isrecurring>no</isrecurring>\n  <busystatus>free</busystatus>\n"
+                "  <sensitivity>normal</sensitivity>\n  <meetingstatus>none</meetingstatus>\n"
+                "  <reminderset>no</reminderset>\n  <minutesbeforereminder>0</minutesbeforereminder>\n</agendaentry>");
+  };
+  const json whole = read("Tea</subject><location>nowhere</location>");
+  EXPECT_EQ(whole["subject"], "Tea</subject><location>nowhere</location>");
+  EXPECT_FALSE(whole.contains("ambiguous"));
+  const json one = read("Tea</subject>\n  <location>nowhere");
+  EXPECT_EQ(one["subject"], "Tea</subject>\n  <location>nowhere");
+  EXPECT_FALSE(one.contains("ambiguous"));
+  // With a location behind it, it is one long subject or one long location.
+  EXPECT_EQ(read("Tea</subject>\n  <location>nowhere", "  <location>here</location>\n").value("ambiguous", false),
+            true);
+}
+
 // Where the phone has a value without a word, its agent leaves what an earlier reply had there.
 TEST(Appointment, WordsOfUnmappedValuesAreUnknown) {
   struct Row {
@@ -101,6 +121,7 @@ TEST(Appointment, WordsOfUnmappedValuesAreUnknown) {
     EXPECT_EQ(item["sensitivity"], known ? "normal" : "unknown");
     EXPECT_EQ(item["meeting_status"], known ? "none" : "unknown");
     EXPECT_EQ(item["reminder_set"], false);
+    EXPECT_FALSE(item.contains("ambiguous"));
     EXPECT_EQ(item["reminder_minutes"], 5);
   }
 }
