@@ -9,6 +9,7 @@
 #include "desktop/contacts/ContactJson.h"
 #include "desktop/contacts/PictureChunks.h"
 #include "tests/desktop/FullContact.h"
+#include "tests/desktop/HostilePicture.h"
 
 namespace brelix {
 namespace {
@@ -184,23 +185,8 @@ std::vector<Bytes> CutAsAnAgentDoes(Bytes held) {
   }
 }
 
-// Pictures that consist of what frames are made of.
-rc::Gen<Bytes> HostilePicture() {
-  const auto piece = rc::gen::oneOf(
-      rc::gen::apply([](size_t count) { return Bytes(count, 'Z'); }, rc::gen::inRange<size_t>(1, 40)),
-      rc::gen::apply([](size_t count) { return Bytes(count, 'X'); }, rc::gen::inRange<size_t>(1, 10)),
-      rc::gen::apply([](size_t count) { return Bytes(count, 'j'); }, rc::gen::inRange<size_t>(80, 100)),
-      rc::gen::apply([](size_t count) { return Bytes(count, 'j'); }, rc::gen::inRange<size_t>(15300, 15700)),
-      rc::gen::just(BuildRequest(3, 11, Bytes{0, 0, 0, 7}, 0xF001)), rc::gen::arbitrary<Bytes>());
-  return rc::gen::map(rc::gen::container<std::vector<Bytes>>(piece), [](const std::vector<Bytes>& pieces) {
-    Bytes all;
-    for (const Bytes& each : pieces) all.insert(all.end(), each.begin(), each.end());
-    return all;
-  });
-}
-
 RC_GTEST_PROP(PictureChunks, NoPictureSmugglesOrEndsARequest, ()) {
-  const Bytes picture = *HostilePicture();
+  const Bytes picture = *test::HostilePicture();
   PacketNumbers numbers(*rc::gen::arbitrary<uint16_t>());
   Bytes stream, whole;
   std::vector<Bytes> sent;
