@@ -28,6 +28,9 @@ enum class Held : std::uint8_t {
   kMapiStart,
   kMapiLogon,
   kPoomLogon,
+  kMapiBuffer,
+  kMapiRows,
+  kSmsHandle,
 };
 
 // May be used from any thread.

@@ -48,7 +48,5 @@ HANDLE CreateFileW(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES*
                    DWORD attributes, HANDLE templateFile) CE_SYMBOL("CreateFileW");
 // At the end of the file it succeeds with no bytes.
 BOOL ReadFile(HANDLE file, void* buffer, DWORD size, DWORD* count, OVERLAPPED* overlapped) CE_SYMBOL("ReadFile");
-// In UTC, as the file time is.
-BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) CE_SYMBOL("FileTimeToSystemTime");
 
 }  // namespace ce

@@ -83,6 +83,9 @@ LONG InterlockedExchange(LONG* target, LONG value) CE_SYMBOL("InterlockedExchang
 LONG InterlockedExchangeAdd(LONG* target, LONG value) CE_SYMBOL("InterlockedExchangeAdd");
 DWORD GetLastError() CE_SYMBOL("GetLastError");
 void GetLocalTime(SYSTEMTIME* time) CE_SYMBOL("GetLocalTime");
+// By the offset that the phone's clock has now, whatever the season of the time.
+BOOL FileTimeToLocalFileTime(const FILETIME* time, FILETIME* local) CE_SYMBOL("FileTimeToLocalFileTime");
+BOOL FileTimeToSystemTime(const FILETIME* time, SYSTEMTIME* system) CE_SYMBOL("FileTimeToSystemTime");
 
 // Null when there is no memory. Flags 0: fixed, not cleared.
 void* LocalAlloc(DWORD flags, DWORD bytes) CE_SYMBOL("LocalAlloc");

@@ -1,21 +1,18 @@
-// cemapi: Extended MAPI as Windows CE has it: start-up and the session, every slot in its order.
+// cemapi: Extended MAPI as Windows CE has it: start-up, memory and the session, every slot in its order.
 #pragma once
 
-#include "platform/Com.h"
+#include "platform/MapiObjects.h"
 
 namespace ce {
 
-struct MAPIERROR;
-struct ENTRYID;
-struct MAPIUID;
-struct IMAPITable;
-struct IMsgStore;
 struct IAddrBook;
 struct IProfSect;
-struct IMAPIAdviseSink;
 struct IMsgServiceAdmin;
-struct IMessage;
-struct SPropValue;
+
+// What an object that was opened by its entry id is.
+inline constexpr ULONG MAPI_STORE = 1;
+inline constexpr ULONG MAPI_FOLDER = 3;
+inline constexpr ULONG MAPI_MESSAGE = 5;
 
 // Windows Mobile answers most of the desktop's slots with "not supported"; they keep their places.
 struct IMAPISession : IUnknown {
@@ -49,5 +46,9 @@ HRESULT MAPIInitialize(void* init) CE_SYMBOL("MAPIInitialize");
 void MAPIUninitialize() CE_SYMBOL("MAPIUninitialize");
 HRESULT MAPILogonEx(ULONG window, WCHAR* profile, WCHAR* password, ULONG flags, IMAPISession** session)
     CE_SYMBOL("MAPILogonEx");
+// S_OK, also for null.
+ULONG MAPIFreeBuffer(void* buffer) CE_SYMBOL("MAPIFreeBuffer");
+// Frees a set with its rows. A set without rows is freed with MAPIFreeBuffer.
+void FreeProws(SRowSet* rows) CE_SYMBOL("FreeProws");
 
 }  // namespace ce

@@ -1,7 +1,6 @@
 #include "platform/Files.h"
 
 #include <cerrno>
-#include <chrono>
 #include <fcntl.h>
 #include <string>
 
@@ -133,18 +132,6 @@ BOOL ReadFile(HANDLE file, void* buffer, DWORD size, DWORD* count, OVERLAPPED*) 
     const auto open = phone.handles.Find<FileHandle>(static_cast<std::uintptr_t>(file));
     if (!open) throw Failure{ERROR_INVALID_HANDLE};
     *count = ReadUpTo(open->fd.Get(), buffer, size);
-    return 1;
-  });
-}
-
-BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* time) {
-  Phone& phone = ThisPhone();
-  return Enter<Call::FileTimeToSystemTime>(phone, [&]() -> BOOL {
-    using namespace std::chrono;
-    const handset::FileTime steps = handset::FromRecord(*fileTime);
-    if (steps < 0) throw Failure{ERROR_INVALID_PARAMETER};
-    const auto time1970 = floor<milliseconds>(handset::SinceUnixStart(steps));
-    *time = handset::ToSystemTime(handset::LocalTime(time1970));
     return 1;
   });
 }

@@ -92,7 +92,7 @@ TEST(Mapi, needs_its_start_and_gives_a_session) {
   EXPECT_EQ(ce::MAPILogonEx(0, nullptr, nullptr, 0, &session), ce::Hresult(0x80040605));
   EXPECT_EQ(ce::MAPIInitialize(nullptr), ce::S_OK);
   ASSERT_EQ(ce::MAPILogonEx(0, nullptr, nullptr, 0, &session), ce::S_OK);
-  EXPECT_EQ(session->GetMsgStoresTable(0, nullptr), ce::Hresult(0x80040102));
+  EXPECT_EQ(session->GetStatusTable(0, nullptr), ce::Hresult(0x80040102));
   EXPECT_EQ(phone->GetLedger().List().size(), 3U) << phone->GetLedger().Text();
   EXPECT_EQ(session->Logoff(0, 0, 0), ce::S_OK);
   EXPECT_EQ(session->Release(), 0U);

@@ -4,9 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/CallLog.h"
 #include "platform/Files.h"
 #include "platform/Item.h"
 #include "platform/Kernel.h"
+#include "platform/MapiProperties.h"
+#include "platform/Sms.h"
 #include "platform/Tapi.h"
 #include "platform/Winsock.h"
 

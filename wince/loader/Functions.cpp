@@ -12,6 +12,7 @@
 #include "platform/Kernel.h"
 #include "platform/Mapi.h"
 #include "platform/Registry.h"
+#include "platform/Sms.h"
 #include "platform/Tapi.h"
 #include "platform/User.h"
 #include "platform/Winsock.h"
