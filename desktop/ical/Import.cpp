@@ -3,12 +3,15 @@
 #include <fmt/format.h>
 #include <map>
 
+#include "desktop/Failure.h"
 #include "desktop/Text.h"
 #include "desktop/ical/CalendarFile.h"
 #include "desktop/ical/EventReader.h"
 
 namespace brelix::ical {
 namespace {
+
+constexpr size_t kMostEvents = 100000;  // more than any phone, and still little memory
 
 std::string Joined(const std::vector<std::string>& notes) {
   std::string out;
@@ -26,6 +29,8 @@ class Reading {
     const Component event(icalparser_parse_string(block.text.c_str()));
     if (!event || icalcomponent_isa(event.get()) != ICAL_VEVENT_COMPONENT)
       return Note(block.line, "VEVENT left out: it cannot be read");
+    if (out_.appointments.size() == kMostEvents)
+      throw Failure(Exit::kLocalFile, fmt::format("{}:{}: more than {} events", name_, block.line, kMostEvents));
     EventReader reader(event.get(), to_local_);
     auto item = reader.Read();
     for (const std::string& zone : reader.zones()) zones_[zone]++;
