@@ -224,6 +224,7 @@ struct Seen {
   int conversations = 0;
   int different = 0;
   int withReplies = 0;
+  int withItems = 0;  // documents of contacts or appointments
   int withBoxes = 0;
   int notConstructed = 0;
 };
@@ -236,6 +237,8 @@ void HoldSeed(unsigned seed, const Commands& commands, Seen& seen) {
   const Outcome right = Hold(commands.right, commands, phone, speech);
   ++seen.conversations;
   seen.withReplies += left.heard.out.empty() ? 0 : 1;
+  const auto says = [&](const char* root) { return left.heard.out.find(root) != std::string::npos; };
+  seen.withItems += says("<contactentry>") || says("<agendaentry>") ? 1 : 0;
   seen.withBoxes += left.heard.error.empty() ? 0 : 1;
   seen.notConstructed += left.heard.exitCode == 1 ? 1 : 0;
   if (left == right && !LeavesMore(left) && left.heard.exitCode <= 1) return;
@@ -270,7 +273,7 @@ int main(int argc, char** argv) {
     fmt::print("{}\n", error.what());
     return 1;
   }
-  fmt::print("{} conversations, {} with replies, {} with boxes, {} ended by an error, {} different\n",
-             seen.conversations, seen.withReplies, seen.withBoxes, seen.notConstructed, seen.different);
+  fmt::print("{} conversations, {} with replies, {} with items, {} with boxes, {} ended by an error, {} different\n",
+             seen.conversations, seen.withReplies, seen.withItems, seen.withBoxes, seen.notConstructed, seen.different);
   return seen.different == 0 ? 0 : 1;
 }
