@@ -130,8 +130,9 @@ void** RowOf(const char* name) {
 #define KNOWN_INTERFACES(X)                                                                                            \
   X(IPOutlookApp)                                                                                                      \
   X(IFolder)                                                                                                           \
-  X(IPOutlookItemCollection) X(IContact) X(IAppointment) X(IRecurrencePattern) X(IRecipients) X(IItem) X(IMAPISession) \
-      X(IMAPITable) X(IMsgStore) X(IMAPIFolder) X(IMessage) X(IRAPIStream) X(IStream)
+  X(IPOutlookItemCollection)                                                                                           \
+  X(IContact) X(IAppointment) X(IRecurrencePattern) X(IRecipients) X(IItem) X(IMAPISession) X(IMAPITable) X(IMsgStore) \
+      X(IMAPIFolder) X(IMessage) X(IRAPIStream) X(IStream)
 
 // Of an object with several interfaces, the one that this pointer points to.
 void** RowFor(ce::IUnknown* object) {
