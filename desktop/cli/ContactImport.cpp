@@ -64,13 +64,22 @@ void ContactImport::ForEach(const std::function<void(size_t, Contact&)>& use, bo
     const std::string who = fmt::format("card {} (line {})", number, card->line);
     if (complain)
       for (const std::string& remark : card->remarks) Complain(fmt::format("{}: {}: {}", path_, who, remark));
-    if (allow_loss_) card->contact = Shortened(std::move(card->contact));
+    if (allow_loss_) Shorten(card->contact, number, complain);
     const std::string against = card->error ? *card->error : ReasonsAgainst(card->contact);
     if (against.empty())
       use(number, card->contact);
     else if (complain)
       Failed(number, fmt::format("not taken: {}", against));
   }
+}
+
+void ContactImport::Shorten(Contact& contact, size_t number, bool complain) const {
+  const Contact whole = contact;
+  contact = Shortened(std::move(contact));
+  if (!complain) return;
+  for (const FieldChange& cut : Changes(whole, contact))
+    Complain(fmt::format("{}: card {}: {} is cut from {} to {} bytes", path_, number, NameOf(cut.field),
+                         cut.before.size(), cut.after.size()));
 }
 
 Exit ContactImport::Show(bool json) {

@@ -27,6 +27,7 @@ class ContactImport {
  private:
   // Gives every card that can be written, with its number in the file.
   void ForEach(const std::function<void(size_t number, Contact& contact)>& use, bool complain);
+  void Shorten(Contact& contact, size_t number, bool complain) const;
   void Make(ContactsClient& contacts, size_t number, Contact& contact);
   bool ReadBack(ContactsClient& contacts, size_t number, const Contact& contact);
   void CheckLate(Context& context);

@@ -1,6 +1,7 @@
 #include "desktop/vcard/VCardFields.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <fmt/format.h>
@@ -66,6 +67,32 @@ constexpr VCardText kAliases[] = {
     {"X-CHILDREN", kChildren},
 };
 
+struct ImRow {
+  std::string_view property, scheme;
+};
+constexpr ImRow kImProperties[] = {
+    {"X-AIM", "aim"},     {"X-ICQ", "icq"},     {"X-JABBER", "xmpp"},          {"X-MSN", "msn"},
+    {"X-YAHOO", "yahoo"}, {"X-SKYPE", "skype"}, {"X-SKYPE-USERNAME", "skype"}, {"X-SIP", "sip"},
+};
+
+// The first row whose types a telephone number has all of says which field it is for.
+struct TelRow {
+  std::array<std::string_view, 2> types;
+  ContactField first;
+};
+constexpr TelRow kTel[] = {
+    {{"X-ASSISTANT", ""}, kAssistantTelephoneNumber},
+    {{"X-RADIO", ""}, kRadioTelephoneNumber},
+    {{"CAR", ""}, kCarTelephoneNumber},
+    {{"X-CAR", ""}, kCarTelephoneNumber},
+    {{"PAGER", ""}, kPagerNumber},
+    {{"FAX", "HOME"}, kHomeFaxNumber},
+    {{"FAX", ""}, kBusinessFaxNumber},
+    {{"CELL", ""}, kMobileTelephoneNumber},
+    {{"WORK", ""}, kBusinessTelephoneNumber},
+    {{"HOME", ""}, kHomeTelephoneNumber},
+};
+
 constexpr std::string_view kOwn = "X-BRELIX-";
 constexpr std::string_view kExact = "X-BRELIX-EXACT-";
 constexpr std::string_view kImScheme = "im:";
@@ -101,6 +128,18 @@ bool IsOtherUri(std::string_view text) {
 }  // namespace
 
 std::span<const VCardKind> VCardKinds() { return kKinds; }
+const VCardKind& KindBeginningWith(ContactField field) {
+  return *std::find_if(std::begin(kKinds), std::end(kKinds),
+                       [&](const VCardKind& kind) { return kind.fields[0] == field; });
+}
+
+const VCardKind* TelephoneKind(const VCardLine& line) {
+  const auto has = [&](std::string_view type) { return type.empty() || line.Has(type); };
+  for (const TelRow& row : kTel)
+    if (has(row.types[0]) && has(row.types[1])) return &KindBeginningWith(row.first);
+  return nullptr;
+}
+
 std::span<const VCardAddress> VCardAddresses() { return kAddresses; }
 std::span<const VCardText> VCardTexts() { return kTexts; }
 
@@ -144,6 +183,13 @@ std::string FromImUri(std::string_view uri) {
     }
   }
   return out;
+}
+
+std::optional<std::string_view> ImScheme(std::string_view property) {
+  const auto* row = std::find_if(std::begin(kImProperties), std::end(kImProperties),
+                                 [&](const ImRow& each) { return each.property == property; });
+  if (row == std::end(kImProperties)) return std::nullopt;
+  return row->scheme;
 }
 
 std::string FormattedName(const Contact& contact) {

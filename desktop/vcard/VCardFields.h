@@ -20,6 +20,9 @@ struct VCardKind {
   std::span<const ContactField> fields;
 };
 std::span<const VCardKind> VCardKinds();
+const VCardKind& KindBeginningWith(ContactField field);
+// What a telephone number of another program's card is for; null where its types do not say.
+const VCardKind* TelephoneKind(const VCardLine& line);
 
 // The three addresses: street, city, state, postal code, country.
 struct VCardAddress {
@@ -46,6 +49,9 @@ std::optional<ContactField> FieldOfExactProperty(std::string_view property);
 // An instant-messaging address as a URI and back: what is no URI yet becomes one of the scheme im.
 std::string ImUri(std::string_view text);
 std::string FromImUri(std::string_view uri);
+
+// The scheme of the addresses in one of the properties that were usual before IMPP, X-JABBER for example.
+std::optional<std::string_view> ImScheme(std::string_view property);
 
 // The name that a card shows: title, first, middle, last name and suffix, or whatever else tells who it is.
 std::string FormattedName(const Contact& contact);

@@ -1,7 +1,6 @@
 #include "desktop/vcard/VCardReader.h"
 
 #include <algorithm>
-#include <array>
 #include <fmt/format.h>
 
 #include "desktop/Base64.h"
@@ -18,37 +17,6 @@ constexpr size_t kAddressParts = 5;
 
 // What a card says of itself.
 constexpr std::string_view kAdministrative[] = {"PRODID", "REV", "UID", "SOURCE", "NAME", "PROFILE", "CLIENTPIDMAP"};
-
-struct ImRow {
-  std::string_view property, scheme;
-};
-constexpr ImRow kImProperties[] = {
-    {"X-AIM", "aim"},     {"X-ICQ", "icq"},     {"X-JABBER", "xmpp"},          {"X-MSN", "msn"},
-    {"X-YAHOO", "yahoo"}, {"X-SKYPE", "skype"}, {"X-SKYPE-USERNAME", "skype"}, {"X-SIP", "sip"},
-};
-
-// The first row whose types a telephone number has all of says which field it is for.
-struct TelRow {
-  std::array<std::string_view, 2> types;
-  ContactField first;
-};
-constexpr TelRow kTel[] = {
-    {{"X-ASSISTANT", ""}, kAssistantTelephoneNumber},
-    {{"X-RADIO", ""}, kRadioTelephoneNumber},
-    {{"CAR", ""}, kCarTelephoneNumber},
-    {{"X-CAR", ""}, kCarTelephoneNumber},
-    {{"PAGER", ""}, kPagerNumber},
-    {{"FAX", "HOME"}, kHomeFaxNumber},
-    {{"FAX", ""}, kBusinessFaxNumber},
-    {{"CELL", ""}, kMobileTelephoneNumber},
-    {{"WORK", ""}, kBusinessTelephoneNumber},
-    {{"HOME", ""}, kHomeTelephoneNumber},
-};
-
-const VCardKind& KindBeginningWith(ContactField field) {
-  return *std::find_if(VCardKinds().begin(), VCardKinds().end(),
-                       [&](const VCardKind& kind) { return kind.fields[0] == field; });
-}
 
 // A card that as a whole is not to be used.
 struct Unusable {
@@ -148,9 +116,8 @@ class Builder {
     if (const auto field = FieldOfExactProperty(line.name)) return TakeExact(line, *field);
     for (const VCardText& row : VCardTexts())
       if (row.property == line.name) return PutText(line, row.field), true;
-    for (const ImRow& row : kImProperties)
-      if (row.property == line.name)
-        return Put(line, KindBeginningWith(kIM1Address), fmt::format("{}:{}", row.scheme, Text())), true;
+    if (const auto scheme = ImScheme(line.name))
+      return Put(line, KindBeginningWith(kIM1Address), fmt::format("{}:{}", *scheme, Text())), true;
     const auto field = FieldOfOwnProperty(line.name);
     if (!field) return false;
     if (IsDate(*field))
@@ -204,10 +171,7 @@ class Builder {
   void TakeTelephone(const VCardLine& line) {
     std::string number = Text();
     if (line.Has("VALUE=URI") && number.starts_with("tel:")) number.erase(0, 4);
-    for (const TelRow& row : kTel) {
-      const auto has = [&](std::string_view type) { return type.empty() || line.Has(type); };
-      if (has(row.types[0]) && has(row.types[1])) return Put(line, KindBeginningWith(row.first), number);
-    }
+    if (const VCardKind* kind = TelephoneKind(line)) return Put(line, *kind, number);
     // A number of no kind goes where there is room.
     const bool home = contact_[kHomeTelephoneNumber].empty() || contact_[kHome2TelephoneNumber].empty();
     Put(line, KindBeginningWith(home ? kHomeTelephoneNumber : kBusinessTelephoneNumber), number);

@@ -157,6 +157,12 @@ TEST(ContactCommand, PutMakesAContactOfEachCardThatCanBeWritten) {
   EXPECT_TRUE(Has(put.err, "card 1: not taken: LastName holds a \"<\"")) << put.err;
   EXPECT_TRUE(Has(put.err, "card 2 (line 5): line 8: X-SHOES has no field left")) << put.err;
 
+  const std::string long_one = WriteFile("BEGIN:VCARD\nN:x\nNOTE:" + std::string(300, 'x') + "\nEND:VCARD\n");
+  EXPECT_EQ(RunBrelix({"contacts", "put", "-n", long_one}).code, 10);
+  const Outcome cut = RunBrelix({"contacts", "put", "-n", "--allow-loss", long_one});
+  EXPECT_EQ(cut.code, 0);
+  EXPECT_TRUE(Has(cut.err, "card 1: Body is cut from 300 to 255 bytes")) << cut.err;
+
   const Outcome dry = RunBrelix({"contacts", "put", "-n", path});
   EXPECT_EQ(dry.code, 11) << dry.err;
   EXPECT_TRUE(Has(dry.out, "Carol")) << dry.out;
