@@ -82,13 +82,22 @@ std::string When(const Appointment& item, const std::optional<LocalTime>& time) 
   return TimeText(*time, ' ').substr(0, item.all_day ? 10 : 16);
 }
 
+// The last day of what lasts several days.
+std::string EndText(const Appointment& item) {
+  if (!item.all_day) return When(item, item.end);
+  const auto span = ical::SpanOf(item);
+  const icaltimetype last = span ? ical::DaysLater(span->end, -1) : icaltime_null_date();
+  if (!span || ical::SameDay(last, span->start)) return "all day";
+  return TimeText(ical::FromIcal(last), ' ').substr(0, 10);
+}
+
 Exit ShowList(Context& context, const AgendaRequest& request) {
   context.phone.Start();
   List list(context.options.json, {{"N", true}, {"Start"}, {"End"}, {"Subject", false, true}, {"Recurs", false, true}});
   const Exit outcome = ForEach(context, request, [&](uint32_t position, const Appointment& item) {
     list.Add(Indexed(position, item),
-             {std::to_string(position), When(item, item.start), item.all_day ? "all day" : When(item, item.end),
-              item.subject.value_or(""), item.recurrence ? RecurrenceText(*item.recurrence) : ""});
+             {std::to_string(position), When(item, item.start), EndText(item), item.subject.value_or(""),
+              item.recurrence ? RecurrenceText(*item.recurrence) : ""});
     return true;
   });
   list.Finish();
