@@ -7,6 +7,7 @@
 #include <functional>
 #include <string_view>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace bench {
@@ -53,6 +54,14 @@ class Peer {
     return write(m_to, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
   }
   bool Hear(char* to, std::size_t size) { return ReadAll(m_from, to, size); }
+
+  // Seconds of processor time that it has used.
+  double ProcessorTime() const {
+    clockid_t clock{};
+    timespec time{};
+    if (clock_getcpuclockid(m_process, &clock) != 0 || clock_gettime(clock, &time) != 0) std::abort();
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+  }
 
  private:
   pid_t m_process;
