@@ -29,6 +29,14 @@ void Sync(const fs::path& path) {
   if (!fd || fsync(fd.Get()) != 0) throw StoreError(path.string() + ": cannot be written to the disk; check its room");
 }
 
+// All files at once; nothing to do for a phone that has none.
+void SyncFiles(const fs::path& files) {
+  if (fs::is_empty(files)) return;
+  const UniqueFd fd(open(files.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!fd || syncfs(fd.Get()) != 0)
+    throw StoreError(files.string() + ": cannot be written to the disk; check its room");
+}
+
 // Removes a half-made phone unless it was kept.
 class Scaffold {
  public:
@@ -87,6 +95,7 @@ void Handset::Init(const fs::path& folder, const nlohmann::json& json,
     Store::Create(made / kDatabase, description);
     complete(made);
     MakeFiles(FileRoot(made / kFiles), description.files);
+    SyncFiles(made / kFiles);
     Sync(made / kDatabase);
     Sync(made);
     fs::rename(made, target);

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <map>
+#include <set>
 #include <unistd.h>
 
 #include "handset/Enter.h"
@@ -34,16 +36,41 @@ void Fill(int fd, const PhoneFile& file) {
   }
 }
 
-void Make(const FileRoot& root, const PhoneFile& file) {
-  if (file.isFolder) return root.MakeFolder(file.path);
+// The names that are in a folder, folded; each folder is read once.
+class NamesThere {
+ public:
+  explicit NamesThere(const FileRoot& root) : m_root(root) {}
+
+  // False when the name is there already.
+  bool Add(const std::u16string& path) {
+    const std::u16string folded = Fold(path);
+    const std::size_t split = folded.rfind(u'\\');
+    const auto [folder, isNew] = m_folders.try_emplace(folded.substr(0, split));
+    if (isNew) {
+      for (const FileEntry& entry : m_root.Find(folder->first + u"\\*")) folder->second.insert(Fold(entry.name));
+    }
+    return folder->second.insert(folded.substr(split + 1)).second;
+  }
+
+ private:
+  const FileRoot& m_root;
+  std::map<std::u16string, std::set<std::u16string>> m_folders;
+};
+
+void Make(const FileRoot& root, NamesThere& there, const PhoneFile& file) {
+  if (file.isFolder) {
+    root.MakeFolder(file.path);
+    there.Add(file.path);
+    return;
+  }
   if (!file.content && !file.size) {
     if (root.Find(file.path).empty()) throw Failure{ce::ERROR_FILE_NOT_FOUND};
     return;
   }
   root.MakeFolder(file.path.substr(0, file.path.rfind(u'\\')));
+  if (!there.Add(file.path)) throw Failure{ce::ERROR_ACCESS_DENIED};
   const UniqueFd made = root.Open(file.path, O_WRONLY | O_CREAT | O_EXCL, Sharing::kNone);
   Fill(made.Get(), file);
-  if (fsync(made.Get()) != 0) throw Failure{ce::ERROR_ACCESS_DENIED};
 }
 
 // Not every file system has all times of a phone.
@@ -75,7 +102,8 @@ void ForEach(const std::vector<PhoneFile>& files, Work work) {
 
 // A folder's time is set when everything is in it.
 void MakeFiles(const FileRoot& root, const std::vector<PhoneFile>& files) {
-  ForEach(files, [&](const PhoneFile& file, const std::string&) { Make(root, file); });
+  NamesThere there(root);
+  ForEach(files, [&](const PhoneFile& file, const std::string&) { Make(root, there, file); });
   ForEach(files, [&](const PhoneFile& file, const std::string& pointer) {
     if (file.modified) SetWritten(root, file, pointer);
   });

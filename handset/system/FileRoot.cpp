@@ -141,7 +141,8 @@ UniqueFd FileRoot::Open(std::u16string_view path, int flags, Sharing sharing) co
   if (cut.last.empty()) throw Failure{ce::ERROR_ACCESS_DENIED};  // the folder itself
   if (cut.last == u"." || cut.last == u"..") throw Failure{ce::ERROR_PATH_NOT_FOUND};
   if (!IsFileName(cut.last)) throw Failure{ce::ERROR_INVALID_NAME};
-  const std::string name = NameInFolder(folder, cut.last);
+  const bool isNew = (flags & O_EXCL) != 0;
+  const std::string name = isNew ? ToWtf8(cut.last) : NameInFolder(folder, cut.last);
   struct stat status {};
   if (fstatat(folder.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
     if (S_ISDIR(status.st_mode)) throw Failure{ce::ERROR_ACCESS_DENIED};
@@ -155,7 +156,7 @@ UniqueFd FileRoot::Open(std::u16string_view path, int flags, Sharing sharing) co
   if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) throw Failure{ce::ERROR_FILE_NOT_FOUND};
   Share(file, sharing);
   if ((flags & O_TRUNC) != 0 && ftruncate(file.Get(), 0) != 0) FailAs(errno, ce::ERROR_ACCESS_DENIED);
-  if ((flags & O_CREAT) != 0) fsync(folder.Get());
+  if ((flags & O_CREAT) != 0 && !isNew) fsync(folder.Get());
   return file;
 }
 
@@ -166,7 +167,7 @@ void FileRoot::MakeFolder(std::u16string_view path) const {
     const std::u16string name(path.substr(1, end - 1));
     if (!IsFileName(name)) throw Failure{ce::ERROR_INVALID_NAME};
     const std::string hostName = NameInFolder(folder, name);
-    if (mkdirat(folder.Get(), hostName.c_str(), kNewFolderMode) == 0) fsync(folder.Get());
+    mkdirat(folder.Get(), hostName.c_str(), kNewFolderMode);
     folder = UniqueFd(openat(folder.Get(), hostName.c_str(), kFolderFlags));
     if (!folder) throw Failure{ce::ERROR_ACCESS_DENIED};
     path.remove_prefix(end);

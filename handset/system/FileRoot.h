@@ -31,9 +31,10 @@ class FileRoot {
  public:
   explicit FileRoot(const std::filesystem::path& folder);
 
-  // A file, opened or made with the flags of open(2). 2 when it is not there, 3 when its folder is not, 5 when it is a
-  // folder or the host refuses, 32 when others have it open in a way that does not go together, 123 for a name that
-  // cannot be.
+  // A file, opened or made with the flags of open(2). With O_EXCL the caller has seen to it that no name there differs
+  // in case only, and brings folder and file to the disk. 2 when it is not there, 3 when its folder is not, 5 when it
+  // is a folder or the host refuses, 32 when others have it open in a way that does not go together, 123 for a name
+  // that cannot be.
   UniqueFd Open(std::u16string_view path, int flags, Sharing sharing) const;
 
   // What the last part of the path, a name or a pattern, matches, by name; may be nothing. 3 when the folder is not

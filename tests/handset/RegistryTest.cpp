@@ -1,3 +1,4 @@
+#include <array>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -71,6 +72,50 @@ TEST(Registry, tells_size_type_and_data_of_a_value) {
   EXPECT_EQ(ce::RegQueryValueExW(key, u"absent", nullptr, nullptr, nullptr, nullptr), ce::ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(ce::RegCloseKey(key), 0);
   EXPECT_EQ(ce::RegQueryValueExW(key, u"Folder", nullptr, nullptr, nullptr, nullptr), ce::ERROR_INVALID_HANDLE);
+}
+
+TEST(Registry, counts_subkeys_and_values_to_their_end) {
+  const std::string longest(255, 'k');
+  test::BarePhone phone(json{{"registry",
+                              {{{"key", "HKLM\\Many\\b"}},
+                               {{"key", "HKLM\\Many\\A"}},
+                               {{"key", "HKLM\\Many\\" + longest}},
+                               {{"key", "HKLM\\Many"},
+                                {"values",
+                                 {{{"name", longest}, {"type", "dword"}, {"data", 1}},
+                                  {{"name", ""}, {"type", 99}, {"data", {{"hex", ""}}}}}}}}}});
+  ce::HKEY key{};
+  ASSERT_EQ(ce::RegOpenKeyExW(ce::HKEY_LOCAL_MACHINE, u"Many", 0, 0, &key), 0);
+  std::array<char16_t, 256> name{};
+  const auto subkey = [&](ce::HKEY of, ce::DWORD index, ce::DWORD room) {
+    ce::DWORD size = room;
+    const ce::LONG result = ce::RegEnumKeyExW(of, index, name.data(), &size, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(result != 0 || size == std::u16string_view(name.data()).size());
+    return result;
+  };
+  ASSERT_EQ(subkey(key, 0, 2), 0);
+  EXPECT_EQ(std::u16string(name.data()), u"b");
+  EXPECT_EQ(subkey(key, 0, 1), ce::ERROR_MORE_DATA) << "no room for the terminator";
+  EXPECT_EQ(subkey(key, 2, 256), 0);
+  EXPECT_EQ(subkey(key, 2, 255), ce::ERROR_MORE_DATA);
+  EXPECT_EQ(subkey(key, 3, 256), ce::ERROR_NO_MORE_ITEMS);
+  EXPECT_EQ(subkey(key, 0xFFFFFFFF, 256), ce::ERROR_NO_MORE_ITEMS);
+  EXPECT_EQ(subkey(ce::HKEY_LOCAL_MACHINE, 0, 256), 0);
+  EXPECT_EQ(std::u16string(name.data()), u"Many");
+  EXPECT_EQ(subkey(ce::HKEY_CURRENT_USER, 0, 256), ce::ERROR_NO_MORE_ITEMS);
+
+  ce::DWORD type = 0;
+  const auto value = [&](ce::DWORD index, ce::DWORD room) {
+    return ce::RegEnumValueW(key, index, name.data(), &room, nullptr, &type, nullptr, nullptr);
+  };
+  EXPECT_EQ(value(0, 256), 0);
+  EXPECT_EQ(type, ce::REG_DWORD);
+  EXPECT_EQ(value(0, 255), ce::ERROR_MORE_DATA);
+  EXPECT_EQ(value(1, 1), 0);
+  EXPECT_EQ(type, 99U);
+  EXPECT_EQ(value(2, 256), ce::ERROR_NO_MORE_ITEMS);
+  EXPECT_EQ(ce::RegCloseKey(key), 0);
+  EXPECT_EQ(subkey(key, 0, 256), ce::ERROR_INVALID_HANDLE);
 }
 
 }  // namespace

@@ -161,8 +161,6 @@ void FileImport::CopyTo(const fs::path& files) const {
     const UniqueFd copy(open((files / found->relative).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     KeepTimes(copy, StatusOf(OpenSource(found->source), found->source), found->relative);
   }
-  const UniqueFd root(open(files.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!root || syncfs(root.Get()) != 0) FailWith(files, "cannot be written to the disk");
 }
 
 }  // namespace brelix_phone

@@ -18,8 +18,8 @@ class FileImport {
   // Adds the attributes of files that may not be written here: they are read-only on the phone. A file that the
   // description has already keeps what it says.
   void Describe(nlohmann::json& description) const;
-  // Copies everything, with its times, into a phone's files/. Throws std::runtime_error when something cannot be read
-  // or written.
+  // Copies everything, with its times, into a phone's files/; the caller brings it to the disk. Throws
+  // std::runtime_error when something cannot be read or written.
   void CopyTo(const std::filesystem::path& files) const;
 
  private:
