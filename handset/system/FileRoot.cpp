@@ -180,7 +180,7 @@ void FileRoot::SetWritten(std::u16string_view path, FileTime time) const {
   const auto since1970 = SinceUnixStart(time);
   const auto seconds = std::chrono::floor<std::chrono::seconds>(since1970);
   const timespec written{.tv_sec = static_cast<time_t>(seconds.count()),
-                         .tv_nsec = std::chrono::nanoseconds(since1970 - seconds).count()};
+                         .tv_nsec = static_cast<long>(std::chrono::nanoseconds(since1970 - seconds).count())};
   const timespec times[] = {written, written};
   const std::string name = NameInFolder(folder, cut.last);
   if (utimensat(folder.Get(), name.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) FailAs(errno, ce::ERROR_FILE_NOT_FOUND);
