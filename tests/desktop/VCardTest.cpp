@@ -246,6 +246,8 @@ TEST(VCard, ACardWithABrokenPhotoIsNotUsedAndTheNextOneIs) {
 
 TEST(VCard, FilesThatAreNoneAreRefusedWithTheLine) {
   const std::string photo = WriteVCard(FullContact(), VCardVersion::k30);
+  std::string many;
+  for (int i = 0; i < 90; i++) many += "NOTE:" + std::string(100000, 'x') + "\n";
   struct Row {
     std::string text, says;
   };
@@ -261,7 +263,7 @@ TEST(VCard, FilesThatAreNoneAreRefusedWithTheLine) {
       {"BEGIN:VCARD\nN:a\nBEGIN:VCARD\n", "people.vcf:3: a card begins inside the one that begins on line 1"},
       {"BEGIN:VCARD\nEND:VCARD\nN:a\n", "people.vcf:3: a card must begin here"},
       {std::string(9 << 20, 'x'), "people.vcf:1: a line of more than 8388608 bytes"},
-      {"BEGIN:VCARD\nNOTE:" + std::string(9 << 20, '\n'), "has more than 8388608 bytes"},
+      {"BEGIN:VCARD\n" + many, "has more than 8388608 bytes"},
   };
   for (const Row& row : rows) {
     try {
