@@ -1,7 +1,8 @@
 // A whole agent on a handset, fed with whatever desktops might say. The first byte chooses how: in what pieces the
 // bytes come, whether the session is opened already, whether replies are taken in pieces, whether memory runs out
 // (after as many allocations as the second byte says), and whether the agent listens: then the bytes are shared by two
-// sessions. It also chooses whether the collections of contacts and appointments are open already.
+// sessions. It also chooses whether the collections of contacts and appointments are open already, and a folder with
+// messages selected.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -24,10 +25,12 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::size_t kSessionOpening = 32;  // so much of it opens the session, the rest the collections
+constexpr std::size_t kSessionOpening = 32;  // so much of it opens the session, then the collections, then a folder
+constexpr std::size_t kItemsOpening = 64;
 constexpr char kOpening[] =
     "XXXX\0\1\0\xF7\0\0\0\1ZZZZXXXX\0\1\0\1\0\0\0\2ZZZZ"
-    "XXXX\0\3\0\1\0\0\0\3ZZZZXXXX\0\4\0\1\0\0\0\4ZZZZ";
+    "XXXX\0\3\0\1\0\0\0\3ZZZZXXXX\0\4\0\1\0\0\0\4ZZZZ"
+    "XXXX\0\6\0\1\0\2A\0\0\5ZZZZXXXX\0\6\0\5\0\2F\0\0\6ZZZZ";
 
 class CFuzzConnection final : public CConnectionManager {
  public:
@@ -93,7 +96,14 @@ constexpr const char* kPhone = R"({
     { "oid": 6, "Body": null }],
   "appointments": [
     { "oid": 7, "Start": "2020-03-02T09:30:00", "Subject": "s", "BusyStatus": 9, "Recurrence": { "RecurrenceType": 4 } },
-    { "oid": 8, "Start": "2020-03-02T09:30:00", "Recurrence": { "RecurrenceType": 6, "Occurrences": 3 } }] })";
+    { "oid": 8, "Start": "2020-03-02T09:30:00", "Recurrence": { "RecurrenceType": 6, "Occurrences": 3 } }],
+  "calls": [
+    { "start": "2009-07-12T09:00:00Z", "direction": 7, "callerId": 9, "number": "+1", "name": "n", "note": "x" },
+    { "start": "2009-07-11T09:00:00Z", "direction": "outgoing", "phoneType": "m" }],
+  "accounts": [{ "name": "A", "folders": [{ "name": "F", "messages": [
+    { "sender": { "name": "s", "address": "\"q\" <a>" }, "subject": "in", "delivered": "2009-07-12T00:00:00Z" },
+    { "recipients": [{ "name": "r", "address": "b" }, {}], "subject": "out" }] }] }, { "name": "B" }],
+  "sms": { "delivery": [{ "to": "1", "refused": "0x82000107" }] } })";
 constexpr int kMostRuns = 1000;
 
 // One phone for many runs, and a new one before what they leave in it becomes too much.
@@ -140,7 +150,10 @@ class FuzzAgent final : public CBrelixAgent {
 
 void RunSession(Bytes data, std::uint8_t how, ce::SOCKET listening) {
   constexpr std::size_t kPieces[] = {1, 7, 64, 16384};
-  const std::size_t opening = (how & 4) == 0 ? 0 : (how & 64) == 0 ? kSessionOpening : sizeof kOpening - 1;
+  const std::size_t opening = (how & 4) == 0     ? 0
+                              : (how & 64) == 0  ? kSessionOpening
+                              : (how & 128) == 0 ? kItemsOpening
+                                                 : sizeof kOpening - 1;
   auto* connection = new CFuzzConnection(data, kPieces[how & 3], opening, (how & 8) != 0, listening);
   FuzzAgent agent;
   const bool listens = listening != ce::INVALID_SOCKET;

@@ -24,4 +24,7 @@ int Serve(const std::filesystem::path& folder, const ServeOptions& options);
 // Serves one desktop over standard input and output, through the exported remote-API entry.
 int Rapi(const std::filesystem::path& folder, bool checkLeaks);
 
+// Lists the text messages that the phone sent, for people or as one JSON object a line.
+int Outbox(const std::filesystem::path& folder, bool asJson);
+
 }  // namespace brelix_phone

@@ -47,6 +47,11 @@ int Run(int argc, char** argv) {
   auto* describe = app.add_subcommand("describe", "Print a phone as JSON; init --from makes the same phone of it");
   describe->add_option("DIR", folder, "The phone's folder")->required();
 
+  bool asJson = false;
+  auto* outbox = app.add_subcommand("outbox", "List the text messages that a phone sent");
+  outbox->add_option("DIR", folder, "The phone's folder")->required();
+  outbox->add_flag("--json", asJson, "One JSON object a line");
+
   auto* serveCommand = app.add_subcommand("serve", "Serve desktops, one session after the other, until interrupted");
   serveCommand->add_option("DIR", folder, "The phone's folder")->required();
   serveCommand->add_option("--listen", serve.listen, "tcp:HOST:PORT (port 0: any free one) or unix:PATH")
@@ -63,6 +68,7 @@ int Run(int argc, char** argv) {
     app.parse(argc, argv);
     if (*init) return Init(folder, sources);
     if (*describe) return Describe(folder);
+    if (*outbox) return Outbox(folder, asJson);
     if (*serveCommand) return Serve(folder, serve);
     return Rapi(folder, checkLeaks);
   } catch (const CLI::ParseError& error) {

@@ -31,7 +31,7 @@ TEST(Gating, unknown_modules_and_commands_get_the_default_reply) {
   TestPhone phone;
   const Bytes open = Answer(HandshakeAndOpen());
   for (const Bytes& unknown : {Frame(2, 1, 9), Frame(7, 1, 9), Frame(1, 5, 9), Frame(1, 4, 9), Frame(1, 449, 9),
-                               Frame(5, 1, 9), Frame(6, 9, 9), Frame(3, 2, 9), Frame(4, 0xFFFF, 9)}) {
+                               Frame(5, 2, 9), Frame(6, 21, 9), Frame(3, 2, 9), Frame(4, 0xFFFF, 9)}) {
     SCOPED_TRACE(ToHex(unknown));
     EXPECT_EQ(ToHex(Answer(HandshakeAndOpen() + unknown)), ToHex(open + DefaultReply(9)));
   }

@@ -12,6 +12,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/wince/Command.h"
 #include "tests/wince/OddItems.h"
+#include "tests/wince/OddMessages.h"
 
 namespace test {
 namespace {
@@ -92,6 +93,30 @@ const std::vector<std::string>& FaultyCalls() {
                                               "MAPIInitialize",
                                               "MAPILogonEx",
                                               "IMAPISession::Logoff",
+                                              "FileTimeToLocalFileTime",
+                                              "FileTimeToSystemTime",
+                                              "PhoneGetCallLogEntry",
+                                              "PhoneSeekCallLog",
+                                              "IMAPISession::GetMsgStoresTable",
+                                              "IMAPISession::OpenMsgStore",
+                                              "IMAPISession::OpenEntry",
+                                              "IMAPITable::SetColumns",
+                                              "IMAPITable::SortTable",
+                                              "IMAPITable::QueryRows",
+                                              "IMAPITable::Release",
+                                              "IMsgStore::GetProps",
+                                              "IMAPIFolder::GetProps",
+                                              "IMAPIFolder::GetContentsTable",
+                                              "IMAPIFolder::GetHierarchyTable",
+                                              "IMAPIFolder::OpenEntry",
+                                              "IMAPIFolder::Release",
+                                              "IMessage::GetProps",
+                                              "IMessage::GetRecipientTable",
+                                              "IMessage::Release",
+                                              "SmsOpen",
+                                              "SmsSendMessage",
+                                              "SmsGetMessageStatus",
+                                              "SmsClose",
                                               "IRAPIStream::Read",
                                               "IRAPIStream::Write"};
   return calls;
@@ -125,6 +150,7 @@ json OddPhone(Random& random) {
         {"acLine", random.Below(256)}, {"batteryFlag", random.Below(256)}, {"batteryPercent", random.Below(256)}};
   }
   AddOddItems(random, phone);
+  AddOddMessages(random, phone);
   for (unsigned faults = random.OneIn(2) ? random.Below(4) : 0; faults > 0; --faults) {
     json fault{{"call", random.Of(FaultyCalls())},
                {"skip", random.OneIn(3) ? random.Below(6) : 0},
@@ -160,15 +186,21 @@ std::string OddSpeech(Random& random) {
   if (!random.OneIn(10)) said = said + Frame(1, 247, 0x0101);
   if (!random.OneIn(10)) said = said + Frame(1, 1, 0x0102);
   const bool asksForItems = random.OneIn(2);
+  const bool asksForMessages = random.OneIn(2);
   if (asksForItems) said = said + Frame(3, 1, 0x0103) + Frame(4, 1, 0x0104);
   for (unsigned frames = random.Below(30); frames > 0; --frames) {
     const auto number = static_cast<std::uint16_t>(random.Word());
-    if (asksForItems && !random.OneIn(4)) {
+    if (asksForMessages && !random.OneIn(4)) {
+      said = said + OddMessageFrame(random, number);
+    } else if (asksForItems && !random.OneIn(4)) {
       said = said + OddItemFrame(random, number);
     } else {
       said = said + (random.OneIn(15) ? OddData(random) : OddFrame(random, number));
     }
   }
+  const Bytes name = FromText(std::string("A") + '\0');
+  if (asksForMessages) said = said + Frame(6, 1, 0x0106, name) + Frame(6, 5, 0x0107, name) + Frame(5, 1, 0x0108);
+  for (int i = 0; asksForMessages && i < 4; ++i) said = said + Frame(6, 15, 0x0109) + Frame(5, 41, 0x010a);
   // What the phone holds then.
   for (std::uint32_t place = 1; asksForItems && place < 4; ++place) said = said + Frame(3, 9, 0x0105, U32(place));
   if (random.OneIn(4)) said = said + Frame(1, 2303, 0x0F0F);
