@@ -70,6 +70,10 @@ constexpr CodeRow kCodes[] = {
     {0x8007000E, "E_OUTOFMEMORY", "out of memory, or the reply did not fit"},
     {0x80070057, "E_INVALIDARG", "invalid argument"},
     {0x80072746, "HRESULT of WSAECONNRESET", "the connection was reset"},
+    {0x82000001, "SMS_E_INVALIDPROTOCOL", "no such message service"},
+    {0x82000100, "SMS_E_TOOMUCHDATA", "the message is too long"},
+    {0x82000101, "SMS_E_INVALIDDATA", "the message is not valid"},
+    {0x82000107, "SMS_E_INVALIDADDRESS", "the number is not valid"},
 };
 
 }  // namespace

@@ -47,7 +47,7 @@ Exit Status(Context& context, uint32_t id) {
   AskSmsStatus(context.session, id);
   Report& report = context.report;
   report.Add("Message ID", std::to_string(id), "message_id", id);
-  report.Add("Known to the phone", "yes", "known", true);
+  report.Add("Known to the phone", "yes, it has a status of it", "known", true);
   report.Add("Delivered", "not told: the phone looks it up, but the answer ends before it", "delivered", Json());
   return Exit::kOk;
 }

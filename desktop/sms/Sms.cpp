@@ -53,23 +53,28 @@ Bytes BuildSms(const SmsRequest& request) {
 
 uint32_t SendSms(Session& session, const SmsRequest& request) {
   const Bytes message = BuildSms(request);
-  Bytes id;
+  Result sent;
   try {
-    id = session.Answer(wire::kMessaging, wire::kSendSms, message);
+    sent = session.AskResult(wire::kMessaging, wire::kSendSms, message);
   } catch (const Failure& failure) {
     if (failure.code() != Exit::kLinkLost && failure.code() != Exit::kInterrupted) throw;
     throw Failure(failure.code(), fmt::format("{}; the message may have been sent all the same", failure.what()));
   }
-  if (id.size() < 4)
+  if (sent.code != 0)
+    throw Failure(Exit::kPhoneError, "the phone did not send the message: " + PhoneErrorText(sent.code));
+  if (sent.data.size() < 4)
     throw Failure(Exit::kProtocol, fmt::format("{}: the message was sent, but the answer has {} bytes instead of 8",
-                                               session.address(), id.size() + 4));
-  return Read32(id, 0);
+                                               session.address(), sent.data.size() + 4));
+  return Read32(sent.data, 0);
 }
 
 void AskSmsStatus(Session& session, uint32_t id) {
   Bytes data(8);  // the phone takes eight and reads four
   for (size_t i = 0; i < 4; i++) data[i] = static_cast<uint8_t>(id >> (24 - 8 * i));
-  session.Answer(wire::kMessaging, wire::kSmsStatus, data);
+  const Result status = session.AskResult(wire::kMessaging, wire::kSmsStatus, data);
+  if (status.code != 0)
+    throw Failure(Exit::kPhoneError,
+                  fmt::format("the phone tells nothing of message {}: {}", id, PhoneErrorText(status.code)));
 }
 
 }  // namespace brelix

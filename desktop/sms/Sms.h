@@ -22,8 +22,9 @@ Bytes BuildSms(const SmsRequest& request);
 // The message's id on the phone. When the connection ends before the answer, the failure says that it may be sent.
 uint32_t SendSms(Session& session, const SmsRequest& request);
 
-// Returns when the phone's service knows the message, and throws a phone-error failure when it does not. More does not
-// come over the wire: the two words that tell the progress are counted in the answer's length field, but not sent.
+// Returns when the phone's service knows the message, and throws a phone-error failure when it does not, or has no
+// status of it, as when no delivery report was asked for. More does not come over the wire: the two words that tell the
+// progress are counted in the answer's length field, but not sent.
 void AskSmsStatus(Session& session, uint32_t id);
 
 }  // namespace brelix
