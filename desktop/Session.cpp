@@ -130,7 +130,9 @@ Reply Session::Exchange(uint16_t module, uint16_t command, ByteView data, millis
   const uint16_t number = Send(module, command, data, deadline);
   try {
     return Classify(module, command, AwaitNumber(number, deadline));
-  } catch (const Failure&) {
+  } catch (const Failure& failure) {
+    // What is still asked after an interrupt only tidies up.
+    if (failure.code() == Exit::kInterrupted) options_.timeout = std::min(options_.timeout, kLeaveTakes);
     given_up_.insert(number);
     if (options_.trace) options_.trace->Loose("<", reader_.rest());
     throw;

@@ -1,7 +1,8 @@
 // brelix files against phones that lie, break off and refuse.
-#include <dirent.h>
+#include <future>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <signal.h>
 #include <sys/stat.h>
 
 #include "tests/desktop/FileScripts.h"
@@ -200,6 +201,22 @@ TEST_F(Files, LostLinkLeavesTheOldFileAndAPartThatResumeVerifies) {
   const std::string shorter = AsksInfo("\\f", EntryXml("f", "2")) + AsksFile("\\f", "aa") + kClosesFile;
   EXPECT_EQ(Run(shorter, {"files", "pull", "/f", Path("f"), "--resume"}).code, 0);
   EXPECT_EQ(ReadFile(Path("f")), "aa") << "a part that is longer than the file ends where the file ends";
+}
+
+TEST_F(Files, InterruptClosesTheFileAndThenTheSession) {
+  const std::string script = kBegin + Asks("1/57 " + Hex("\\f"), "1/58 00000000") + "expect 1/59\ncall\n";
+  const auto run = [&](const std::string& then) {
+    std::promise<pid_t> running;
+    ScriptedPhone phone(script + then, {}, [&] { kill(running.get_future().get(), SIGINT); });
+    Process brelix(Brelix({"-d", phone.Address(), "files", "cat", "/f"}));
+    running.set_value(brelix.pid());
+    EXPECT_EQ(brelix.Wait().code, 130);
+    EXPECT_EQ(phone.Finish(), "");
+  };
+  run(kClosesFile + kEnd);
+  const auto start = std::chrono::steady_clock::now();
+  run("expect 1/61\nexpect 1/3\nend\n");
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8)) << "a silent phone is not waited for";
 }
 
 TEST_F(Files, TargetsThatCannotBeAreOneLine) {
