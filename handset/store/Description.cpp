@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 #include <fstream>
-#include <functional>
+#include <iterator>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -231,28 +231,35 @@ json PrintDescription(const Description& description) {
 
 namespace {
 
-// The library keeps the last of two equal keys without a word; to a person the first would be lost.
-class NoKeyTwice {
+// The library keeps the last of two equal keys without a word; to a person the first would be lost. The check is a pass
+// of its own: told of keys while it builds values, the library goes through a list again for each of its objects.
+class NoKeyTwice final : public nlohmann::json_sax<json> {
  public:
   explicit NoKeyTwice(std::string file) : m_file(std::move(file)) {}
 
-  bool operator()(int, json::parse_event_t event, const json& parsed) {
-    switch (event) {
-      case json::parse_event_t::object_start:
-        m_keys.emplace_back();
-        break;
-      case json::parse_event_t::object_end:
-        m_keys.pop_back();
-        break;
-      case json::parse_event_t::key:
-        if (!m_keys.back().insert(parsed.get<std::string>()).second)
-          throw DescriptionError({}, "each key once in an object", parsed.dump() + " twice", m_file);
-        break;
-      default:
-        break;
-    }
+  bool start_object(std::size_t) override {
+    m_keys.emplace_back();
     return true;
   }
+  bool end_object() override {
+    m_keys.pop_back();
+    return true;
+  }
+  bool key(std::string& name) override {
+    if (m_keys.back().insert(name).second) return true;
+    throw DescriptionError({}, "each key once in an object", json(name).dump() + " twice", m_file);
+  }
+
+  bool null() override { return true; }
+  bool boolean(bool) override { return true; }
+  bool number_integer(std::int64_t) override { return true; }
+  bool number_unsigned(std::uint64_t) override { return true; }
+  bool number_float(double, const std::string&) override { return true; }
+  bool string(std::string&) override { return true; }
+  bool binary(json::binary_t&) override { return true; }
+  bool start_array(std::size_t) override { return true; }
+  bool end_array() override { return true; }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
 
  private:
   const std::string m_file;
@@ -264,13 +271,16 @@ class NoKeyTwice {
 json ReadDescriptionFile(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
   if (!in) throw DescriptionError({}, "a file that can be read", "none", file.string());
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
   try {
+    json description = json::parse(text);
     NoKeyTwice keys(file.string());
-    return json::parse(in, std::ref(keys));
+    json::sax_parse(text, &keys);
+    return description;
   } catch (const json::parse_error& error) {
     // The library's text gives line and column; its own number in front says nothing to a person.
-    const std::string_view text = error.what();
-    throw DescriptionError({}, "JSON", std::string(text.substr(text.find("] ") + 2)), file.string());
+    const std::string_view why = error.what();
+    throw DescriptionError({}, "JSON", std::string(why.substr(why.find("] ") + 2)), file.string());
   }
 }
 
