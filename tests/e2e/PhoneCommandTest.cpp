@@ -26,6 +26,24 @@ TEST(PhoneCommand, a_described_phone_can_be_made_again) {
   EXPECT_EQ(BrelixPhone({"describe", second.Path()}).out, described.out);
 }
 
+TEST(PhoneCommand, outbox_lists_what_was_sent) {
+  const PhoneFolder phone({{"outbox",
+                            {{{"id", 7}, {"sent", "2009-07-12T13:45:01Z"}, {"to", "+15550101"}, {"text", "two\nlines"}},
+                             {{"id", 9}, {"to", "+1"}, {"text", "\u0159"}, {"options", 2}, {"serviceCentre", "+2"}}}}});
+  const Outcome listed = BrelixPhone({"outbox", phone.Path()});
+  EXPECT_EQ(listed.code, 0) << listed.err;
+  EXPECT_EQ(listed.out,
+            "     7  2009-07-12T13:45:01Z  to +15550101  9 septets in 1 part\n        \"two\\nlines\"\n"
+            "     9  1601-01-01T00:00:00Z  to +1 by +2, report wanted  1 16-bit units in 1 part\n        \u0159\n");
+  const Outcome json = BrelixPhone({"outbox", phone.Path(), "--json"});
+  const std::size_t end = json.out.find('\n');
+  EXPECT_EQ(nlohmann::json::parse(json.out.substr(0, end))["alphabet"], "GSM 7-bit");
+  const nlohmann::json second = nlohmann::json::parse(json.out.substr(end));
+  EXPECT_EQ(second["id"], 9);
+  EXPECT_EQ(second["parts"], 1);
+  EXPECT_EQ(BrelixPhone({"outbox", "/nowhere"}).code, 1);
+}
+
 TEST(PhoneCommand, bad_descriptions_make_nothing) {
   const TemporaryFolder folder;
   const std::string target = (folder.Path() / "phone").string();
