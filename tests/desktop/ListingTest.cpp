@@ -148,7 +148,7 @@ TEST(LocalName, IsReversibleHarmlessAndShortForAnyName) {
   std::mt19937 random(11);
   const char16_t units[] = {u'a', u'%', u'u', u'+', u'.', u'0', u'D', 0x416, 0x4E00, 0xD83D, 0xDE00, u'~'};
   std::map<std::string, std::u16string> seen;
-  for (int round = 0; round < 20000; round++) {
+  for (int round = 0; round < 4000; round++) {
     std::u16string name = round % 3 == 0 ? u".brelix-part-" : u"";
     const size_t length = round % 5 == 0 ? 200 + random() % 60 : 1 + random() % 8;
     while (name.size() < length) name += units[random() % std::size(units)];
