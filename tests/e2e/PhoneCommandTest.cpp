@@ -27,9 +27,11 @@ TEST(PhoneCommand, a_described_phone_can_be_made_again) {
 }
 
 TEST(PhoneCommand, outbox_lists_what_was_sent) {
-  const PhoneFolder phone({{"outbox",
-                            {{{"id", 7}, {"sent", "2009-07-12T13:45:01Z"}, {"to", "+15550101"}, {"text", "two\nlines"}},
-                             {{"id", 9}, {"to", "+1"}, {"text", "\u0159"}, {"options", 2}, {"serviceCentre", "+2"}}}}});
+  const nlohmann::json description = {
+      {"outbox",
+       {{{"id", 7}, {"sent", "2009-07-12T13:45:01Z"}, {"to", "+15550101"}, {"text", "two\nlines"}},
+        {{"id", 9}, {"to", "+1"}, {"text", "\u0159"}, {"options", 2}, {"serviceCentre", "+2"}}}}};
+  const PhoneFolder phone(description);
   const Outcome listed = BrelixPhone({"outbox", phone.Path()});
   EXPECT_EQ(listed.code, 0) << listed.err;
   EXPECT_EQ(listed.out,
