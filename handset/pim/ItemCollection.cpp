@@ -84,15 +84,10 @@ class ItemCollection final : public DispatchObject<ItemCollection, ce::IPOutlook
 ce::IPOutlookItemCollection* NewItemCollection(Phone& phone, INT folder) { return new ItemCollection(phone, folder); }
 
 ce::IDispatch* OpenItem(Phone& phone, std::uint32_t oid) {
-  std::optional<Contact> contact;
-  std::optional<Appointment> appointment;
-  phone.store.Use([&](const SQLite::Database& database) {
-    contact = SelectContact(database, oid);
-    if (!contact) appointment = SelectAppointment(database, oid);
-  });
-  if (contact) return new ContactObject(phone, std::move(*contact));
-  if (appointment) return NewAppointmentObject(phone, std::move(*appointment));
-  return nullptr;
+  if (auto contact = phone.store.GetContact(oid)) return new ContactObject(phone, std::move(*contact));
+  auto appointment =
+      phone.store.Use([&](const SQLite::Database& database) { return SelectAppointment(database, oid); });
+  return appointment ? NewAppointmentObject(phone, std::move(*appointment)) : nullptr;
 }
 
 }  // namespace handset

@@ -4,6 +4,13 @@
 
 namespace handset {
 
+std::optional<Contact> Store::GetContact(std::uint32_t oid) const {
+  return Use([&](SQLite::Database& database) {
+    if (!m_selectContact) m_selectContact = std::make_unique<SQLite::Statement>(PrepareContact(database));
+    return SelectContact(*m_selectContact, oid);
+  });
+}
+
 bool Store::PutContact(Contact& contact, const std::optional<Bytes>& picture) {
   const std::lock_guard lock(m_mutex);
   try {

@@ -178,11 +178,19 @@ bool DeleteItem(Database& database, std::uint32_t oid) {
   return statement.exec() > 0;
 }
 
-std::optional<Contact> SelectContact(const Database& database, std::uint32_t oid) {
-  Statement row = Select<Contact>(database, "contact", "oid", "WHERE oid = ?");
-  Bind(row, 1, oid);
-  if (!row.executeStep()) return std::nullopt;
-  auto contact = LoadObject<Contact>(row);
+Statement PrepareContact(const Database& database) {
+  return Select<Contact>(database, "contact", "oid", "WHERE oid = ?");
+}
+
+std::optional<Contact> SelectContact(Statement& statement, std::uint32_t oid) {
+  // A statement that is under way would keep what it reads from being cleared away.
+  struct Reset {
+    ~Reset() { statement.tryReset(); }
+    Statement& statement;
+  } const reset{statement};
+  Bind(statement, 1, oid);
+  if (!statement.executeStep()) return std::nullopt;
+  auto contact = LoadObject<Contact>(statement);
   contact.oid = oid;
   return contact;
 }

@@ -21,8 +21,10 @@ std::optional<std::int32_t> SelectFolder(const SQLite::Database& database, std::
 // False when there is none.
 bool DeleteItem(SQLite::Database& database, std::uint32_t oid);
 
+// A statement for SelectContact, which can be used again and again; compiling it costs more than running it.
+SQLite::Statement PrepareContact(const SQLite::Database& database);
 // Without its picture.
-std::optional<Contact> SelectContact(const SQLite::Database& database, std::uint32_t oid);
+std::optional<Contact> SelectContact(SQLite::Statement& statement, std::uint32_t oid);
 Bytes SelectPicture(const SQLite::Database& database, std::uint32_t contact);
 // Stores a contact without its picture, and gives it an object id if it has none. False when it is not there any more.
 bool PutContact(SQLite::Database& database, Contact& contact);

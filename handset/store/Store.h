@@ -16,6 +16,7 @@
 
 namespace SQLite {
 class Database;
+class Statement;
 class Transaction;
 }  // namespace SQLite
 
@@ -55,6 +56,8 @@ class Store {
   // For people.
   std::string GetKeyPath(std::int64_t key) const;
 
+  // Without its picture.
+  std::optional<Contact> GetContact(std::uint32_t oid) const;
   // Stores a contact, which gets an object id if it has none, and its picture if there is one here. False when the
   // contact is not there any more. Several calls are one change: everybody sees each of them at once, and all of them
   // are on the disk when FinishItemChange returns, or none. Every other use of the store finishes the change first.
@@ -87,6 +90,7 @@ class Store {
   mutable std::mutex m_mutex;
   std::unique_ptr<SQLite::Database> m_database;
   mutable std::unique_ptr<SQLite::Transaction> m_itemChange;
+  mutable std::unique_ptr<SQLite::Statement> m_selectContact;
   std::atomic<std::uint64_t> m_itemGeneration{0};
 };
 
