@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "desktop/FrameCodec.h"
 #include "desktop/EntryFailure.h"
+#include "desktop/FrameCodec.h"
 
 namespace brelix {
 

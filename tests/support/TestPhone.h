@@ -9,10 +9,10 @@
 #include <optional>
 #include <vector>
 
-#include "handset/system/Clock.h"
 #include "handset/Faults.h"
 #include "handset/Handset.h"
 #include "handset/Ledger.h"
+#include "handset/system/Clock.h"
 #include "handset/system/MessageBoxes.h"
 #include "platform/Com.h"
 #include "tests/support/TemporaryFolder.h"
