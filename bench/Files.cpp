@@ -7,7 +7,6 @@
 // take turns, the best of each counts. FOLDER is to be memory-backed; the phones are made and removed in it.
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
@@ -21,6 +20,7 @@
 #include <string>
 #include <string_view>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -34,9 +34,11 @@ constexpr std::size_t kChunk = 16364;
 constexpr std::size_t kRequestSize = 16;
 constexpr std::size_t kAround = 20;  // a reply's bytes around its data, the result among them
 
-using Clock = std::chrono::steady_clock;
-
-double SecondsSince(Clock::time_point begin) { return std::chrono::duration<double>(Clock::now() - begin).count(); }
+double Seconds(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
 
 void ReadAll(int from, char* to, std::size_t size) {
   for (std::size_t have = 0; have < size;) {
@@ -67,7 +69,11 @@ class Peer {
       dup2(from[1], STDOUT_FILENO);
       close(to[1]);
       close(from[0]);
-      body();
+      try {
+        body();
+      } catch (const std::exception&) {
+        // The asking end has left.
+      }
       _exit(127);
     }
     close(to[0]);
@@ -83,6 +89,13 @@ class Peer {
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
 
+  // Processor time of both ends.
+  double Spent() const {
+    clockid_t clock{};
+    if (clock_getcpuclockid(m_process, &clock) != 0) throw std::runtime_error("the other end has gone");
+    return Seconds(CLOCK_PROCESS_CPUTIME_ID) + Seconds(clock);
+  }
+
   int in;
   int out;
 
@@ -97,6 +110,8 @@ class Agent {
       : m_peer([&] { execl(program.c_str(), program.c_str(), "rapi", phone.c_str(), nullptr); }), m_reply(1 << 20) {
     Ask(247, {});
   }
+
+  double Spent() const { return m_peer.Spent(); }
 
   // The result, and the data behind it.
   std::pair<std::uint32_t, std::string_view> Ask(std::uint16_t command, std::string_view data) {
@@ -128,7 +143,7 @@ void Need(bool good, const char* what) {
 
 // Bytes a second.
 double Pull(Agent& agent, int target) {
-  const auto begin = Clock::now();
+  const double begin = agent.Spent();
   Need(ftruncate(target, 0) == 0 && lseek(target, 0, SEEK_SET) == 0, "the copy cannot be written");
   Need(agent.Ask(57, "\\big").first == 0, "the file cannot be opened");
   std::size_t pulled = 0;
@@ -140,7 +155,7 @@ double Pull(Agent& agent, int target) {
     pulled += chunk.size();
   }
   Need(agent.Ask(61, {}).first == 0 && pulled == kFileSize, "the file is not whole");
-  return static_cast<double>(pulled) / SecondsSince(begin);
+  return static_cast<double>(pulled) / (agent.Spent() - begin);
 }
 
 // The plain copy's end that has the file: a chunk for each request.
@@ -159,7 +174,7 @@ void GiveChunks(const std::string& file) {
 }
 
 double CopyPlainly(const Peer& peer, int target) {
-  const auto begin = Clock::now();
+  const double begin = peer.Spent();
   Need(ftruncate(target, 0) == 0 && lseek(target, 0, SEEK_SET) == 0, "the copy cannot be written");
   std::array<char, kRequestSize> request{'R'};
   std::vector<char> reply(kChunk + kAround);
@@ -175,12 +190,12 @@ double CopyPlainly(const Peer& peer, int target) {
     copied += count;
   }
   Need(copied == kFileSize, "the plain copy is not whole");
-  return static_cast<double>(copied) / SecondsSince(begin);
+  return static_cast<double>(copied) / (peer.Spent() - begin);
 }
 
 // Microseconds an entry.
 double List(Agent& agent, const std::string& folder, unsigned entries) {
-  const auto begin = Clock::now();
+  const double begin = agent.Spent();
   Need(agent.Ask(51, "\\" + folder + "\\*").first == 0, "the listing cannot be opened");
   std::size_t seen = 0;
   std::size_t parts = 0;
@@ -191,7 +206,7 @@ double List(Agent& agent, const std::string& folder, unsigned entries) {
     for (std::size_t at = 0; (at = document.find("    <name>", at)) != std::string_view::npos; ++at) ++seen;
   }
   Need(seen - (parts - 1) == entries, "the listing is not whole");
-  return SecondsSince(begin) * 1e6 / entries;
+  return (agent.Spent() - begin) * 1e6 / entries;
 }
 
 void MakeFolder(const fs::path& folder, unsigned entries) {
