@@ -262,6 +262,7 @@ std::string OddSpeech(Random& random) {
   if (!random.OneIn(10)) said = said + Frame(1, 1, 0x0102);
   const bool asksForItems = random.OneIn(2);
   const bool asksForMessages = random.OneIn(2);
+  const bool asksForFiles = random.OneIn(2);
   if (asksForItems) said = said + Frame(3, 1, 0x0103) + Frame(4, 1, 0x0104);
   for (unsigned frames = random.Below(30); frames > 0; --frames) {
     const auto number = static_cast<std::uint16_t>(random.Word());
@@ -269,6 +270,8 @@ std::string OddSpeech(Random& random) {
       said = said + OddMessageFrame(random, number);
     } else if (asksForItems && !random.OneIn(4)) {
       said = said + OddItemFrame(random, number);
+    } else if (asksForFiles && !random.OneIn(3)) {
+      said = said + OddAccess(random, number);
     } else {
       said = said + (random.OneIn(15) ? OddData(random) : OddFrame(random, number));
     }
