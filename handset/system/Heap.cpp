@@ -70,8 +70,12 @@ BOOL HeapFree(HANDLE heap, DWORD, void* block) {
     if (block != nullptr) handset::FreeBlock(block);
     return 1;
   };
-  return Enter<Call::HeapFree>(
-      phone, free, [&] { phone.ledger->Refuse(Held::kHeapBlock, reinterpret_cast<std::uintptr_t>(block)); });
+  // A block that the phone would not take back is the phone's own from then on, and goes with it.
+  return Enter<Call::HeapFree>(phone, free, [&] {
+    if (block == nullptr) return;
+    phone.ledger->Refuse(Held::kHeapBlock, reinterpret_cast<std::uintptr_t>(block));
+    phone.outside.Keep(phone.ledger->NextId(), [block] { handset::FreeBlock(block); });
+  });
 }
 
 }  // namespace ce

@@ -115,7 +115,6 @@ TEST(Automation, heap_blocks_are_counted_until_they_are_given_back) {
   phone.FailCall("HeapFree");
   EXPECT_EQ(ce::HeapFree(heap, 0, block), 0);
   EXPECT_EQ(phone->GetLedger().Count(Held::kHeapBlock), 0u);
-  handset::FreeBlock(block);
 }
 
 }  // namespace
