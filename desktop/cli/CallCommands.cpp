@@ -40,8 +40,8 @@ Json AsJson(const Call& call) {
   return json;
 }
 
-const std::vector<List::Column> kColumns = {{"START (PHONE'S CLOCK)"}, {"DURATION", true}, {"CALL"},      {"NUMBER"},
-                                            {"NAME", false, true},     {"TYPE"},           {"CALLER ID"}, {"NOTE"}};
+const std::vector<List::Column> kColumns = {{"Start (phone's clock)"}, {"Duration", true}, {"Call"},      {"Number"},
+                                            {"Name", false, true},     {"Type"},           {"Caller id"}, {"Note"}};
 
 std::vector<std::string> AsCells(const Call& call) {
   std::string kind = call.direction.value_or("unknown");

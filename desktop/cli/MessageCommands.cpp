@@ -99,23 +99,23 @@ Exit ListNames(Context& context, const char* what, const Names& names) {
 
 Exit ListAccounts(Context& context) {
   context.phone.Start();
-  return ListNames(context, "ACCOUNT", MessageStore(context.session).Accounts());
+  return ListNames(context, "Account", MessageStore(context.session).Accounts());
 }
 
 Exit ListFolders(Context& context, const std::string& account) {
   context.phone.Start();
-  return ListNames(context, "FOLDER", MessageStore(context.session).Folders(account));
+  return ListNames(context, "Folder", MessageStore(context.session).Folders(account));
 }
 
 Exit ListMessages(Context& context, const MessageRequest& request) {
   context.phone.Start();
   MessageStore store(context.session);
   BadItems items("message");
-  List list(context.options.json, {{request.zone.empty() ? "TIME (UTC)" : fmt::format("TIME ({})", request.zone)},
-                                   {"DIRECTION"},
-                                   {"FROM OR TO", false, true},
-                                   {"SUBJECT", false, true},
-                                   {"NOTE"}});
+  List list(context.options.json, {{request.zone.empty() ? "Time (UTC)" : fmt::format("Time ({})", request.zone)},
+                                   {"Direction"},
+                                   {"From or to", false, true},
+                                   {"Subject", false, true},
+                                   {"Note"}});
   ReadFolder(store, request, request.folder, items, [&](const std::string& folder, const Message& message) {
     list.Add(AsJson(folder, message, request.zone),
              {message.time ? TimeText(*message.time, ' ', request.zone) : "unknown", DirectionName(message),
