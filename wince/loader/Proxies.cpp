@@ -127,14 +127,13 @@ void** RowOf(const char* name) {
 }
 
 // The interfaces that the loader hands over; a derived one stands before its bases.
-#define KNOWN_INTERFACES(X)                                                                                           \
-  X(IPOutlookApp)                                                                                                     \
-  X(IFolder)                                                                                                          \
-  X(IPOutlookItemCollection)                                                                                          \
-  X(IContact)                                                                                                         \
-  X(IAppointment)                                                                                                     \
-  X(IRecurrencePattern) X(IRecipients) X(IItem) X(IMAPISession) X(IMAPITable) X(IMsgStore) X(IMAPIFolder) X(IMessage) \
-      X(IRAPIStream) X(IStream)
+// clang-format off
+#define KNOWN_INTERFACES(X) \
+  X(IPOutlookApp) X(IFolder) X(IPOutlookItemCollection) X(IContact) \
+  X(IAppointment) X(IRecurrencePattern) X(IRecipients) X(IItem) \
+  X(IMAPISession) X(IMAPITable) X(IMsgStore) X(IMAPIFolder) \
+  X(IMessage) X(IRAPIStream) X(IStream)
+// clang-format on
 
 // Of an object with several interfaces, the one that this pointer points to.
 void** RowFor(ce::IUnknown* object) {

@@ -52,7 +52,8 @@ void WordElement(CReplyWriter& reply, std::string_view name, const Word (&words)
 }
 
 void FlagElement(CReplyWriter& reply, std::string_view name, bool flag) {
-  Element(reply, name, [&] { reply.Text(flag ? "yes" : "no"); });
+  const std::string_view word = flag ? std::string_view("yes") : std::string_view("no");
+  Element(reply, name, [&] { reply.Text(word); });
 }
 
 void NumberElement(CReplyWriter& reply, std::string_view name, ce::LONG number) {
