@@ -3,8 +3,9 @@
 //   bench_files BRELIX_PHONE FOLDER
 //
 // Pulls 64 MiB in chunks, one request at a time, beside a plain copy that is asked for each chunk likewise over the
-// same kind of pipe; and lists a folder of 1,000 and one of 100,000 entries. Both ends run on one processor, rounds
-// take turns, the best of each counts. FOLDER is to be memory-backed; the phones are made and removed in it.
+// same kind of pipe; pulls 1,000 small files; and lists a folder of 1,000 and one of 100,000 entries. Both ends run on
+// one processor, rounds take turns, the best of each counts. FOLDER is to be memory-backed; the phones are made and
+// removed in it.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -13,16 +14,16 @@
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
-#include <functional>
 #include <sched.h>
 #include <signal.h>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 #include <vector>
+
+#include "bench/Peer.h"
 
 namespace {
 
@@ -32,76 +33,31 @@ constexpr int kRounds = 3;
 constexpr std::size_t kFileSize = std::size_t{64} << 20;
 constexpr std::size_t kChunk = 16364;
 constexpr std::size_t kRequestSize = 16;
+constexpr std::string_view kSmallText = "a small file\n";
 constexpr std::size_t kAround = 20;  // a reply's bytes around its data, the result among them
 
-double Seconds(clockid_t clock) {
+using bench::Peer;
+
+double OwnProcessorTime() {
   timespec time{};
-  clock_gettime(clock, &time);
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-void ReadAll(int from, char* to, std::size_t size) {
-  for (std::size_t have = 0; have < size;) {
-    const ssize_t more = read(from, to + have, size - have);
-    if (more <= 0) throw std::runtime_error("the other end stopped answering");
-    have += static_cast<std::size_t>(more);
-  }
+// Of both ends.
+double Spent(const Peer& peer) { return OwnProcessorTime() + peer.ProcessorTime(); }
+
+void Need(bool good, const char* what) {
+  if (!good) throw std::runtime_error(what);
 }
 
 void WriteAll(int to, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t count = write(to, bytes.data(), bytes.size());
-    if (count <= 0) throw std::runtime_error("the other end does not listen");
+    if (count <= 0) throw std::runtime_error("the copy cannot be written");
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
 }
-
-// A child process that talks over its standard input and output.
-class Peer {
- public:
-  explicit Peer(const std::function<void()>& body) {
-    std::array<int, 2> to{};
-    std::array<int, 2> from{};
-    if (pipe2(to.data(), O_CLOEXEC) != 0 || pipe2(from.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
-    m_process = fork();
-    if (m_process == 0) {
-      dup2(to[0], STDIN_FILENO);
-      dup2(from[1], STDOUT_FILENO);
-      close(to[1]);
-      close(from[0]);
-      try {
-        body();
-      } catch (const std::exception&) {
-        // The asking end has left.
-      }
-      _exit(127);
-    }
-    close(to[0]);
-    close(from[1]);
-    in = from[0];
-    out = to[1];
-  }
-  ~Peer() {
-    close(out);
-    close(in);
-    waitpid(m_process, nullptr, 0);
-  }
-  Peer(const Peer&) = delete;
-  Peer& operator=(const Peer&) = delete;
-
-  // Processor time of both ends.
-  double Spent() const {
-    clockid_t clock{};
-    if (clock_getcpuclockid(m_process, &clock) != 0) throw std::runtime_error("the other end has gone");
-    return Seconds(CLOCK_PROCESS_CPUTIME_ID) + Seconds(clock);
-  }
-
-  int in;
-  int out;
-
- private:
-  pid_t m_process;
-};
 
 // An agent and the session with it.
 class Agent {
@@ -111,7 +67,7 @@ class Agent {
     Ask(247, {});
   }
 
-  double Spent() const { return m_peer.Spent(); }
+  double Spent() const { return ::Spent(m_peer); }
 
   // The result, and the data behind it.
   std::pair<std::uint32_t, std::string_view> Ask(std::uint16_t command, std::string_view data) {
@@ -121,11 +77,10 @@ class Agent {
       frame += static_cast<char>(field);
     }
     frame.append(data).append("\xF1\x01ZZZZ", 6);
-    WriteAll(m_peer.out, frame);
-    ReadAll(m_peer.in, m_reply.data(), kAround);
+    Need(m_peer.Say(frame) && m_peer.Hear(m_reply.data(), kAround), "the agent stopped answering");
     const std::size_t length = Byte(8) << 8 | Byte(9);
     const std::size_t more = length - 4;
-    ReadAll(m_peer.in, m_reply.data() + kAround, more);
+    Need(m_peer.Hear(m_reply.data() + kAround, more), "the agent stopped answering");
     const auto result = static_cast<std::uint32_t>(Byte(10) << 24 | Byte(11) << 16 | Byte(12) << 8 | Byte(13));
     return {result, std::string_view(m_reply.data() + 14, more)};
   }
@@ -136,10 +91,6 @@ class Agent {
   Peer m_peer;
   std::vector<char> m_reply;
 };
-
-void Need(bool good, const char* what) {
-  if (!good) throw std::runtime_error(what);
-}
 
 // Bytes a second.
 double Pull(Agent& agent, int target) {
@@ -164,7 +115,7 @@ void GiveChunks(const std::string& file) {
   std::array<char, kRequestSize> request{};
   std::vector<char> reply(kChunk + kAround);
   for (;;) {
-    ReadAll(STDIN_FILENO, request.data(), request.size());
+    if (!bench::ReadAll(STDIN_FILENO, request.data(), request.size())) return;
     if (request[0] == 'R') lseek(from, 0, SEEK_SET);
     const ssize_t count = read(from, reply.data() + kAround, kChunk);
     reply[0] = static_cast<char>(count >> 8);
@@ -173,24 +124,35 @@ void GiveChunks(const std::string& file) {
   }
 }
 
-double CopyPlainly(const Peer& peer, int target) {
-  const double begin = peer.Spent();
+double CopyPlainly(Peer& peer, int target) {
+  const double begin = Spent(peer);
   Need(ftruncate(target, 0) == 0 && lseek(target, 0, SEEK_SET) == 0, "the copy cannot be written");
   std::array<char, kRequestSize> request{'R'};
   std::vector<char> reply(kChunk + kAround);
   std::size_t copied = 0;
   for (;;) {
-    WriteAll(peer.out, {request.data(), request.size()});
+    Need(peer.Say({request.data(), request.size()}) && peer.Hear(reply.data(), kAround), "the plain copy broke off");
     request[0] = 'N';
-    ReadAll(peer.in, reply.data(), kAround);
     const std::size_t count = static_cast<unsigned char>(reply[0]) << 8 | static_cast<unsigned char>(reply[1]);
     if (count == 0) break;
-    ReadAll(peer.in, reply.data() + kAround, count);
+    Need(peer.Hear(reply.data() + kAround, count), "the plain copy broke off");
     WriteAll(target, {reply.data() + kAround, count});
     copied += count;
   }
   Need(copied == kFileSize, "the plain copy is not whole");
-  return static_cast<double>(copied) / (peer.Spent() - begin);
+  return static_cast<double>(copied) / (Spent(peer) - begin);
+}
+
+// Microseconds a file: opened, read to its end, closed.
+double PullSmall(Agent& agent, unsigned files) {
+  const double begin = agent.Spent();
+  for (unsigned i = 0; i < files; ++i) {
+    Need(agent.Ask(57, fmt::format("\\small\\file {:06}.txt", i)).first == 0, "a small file cannot be opened");
+    const std::string chunk(agent.Ask(59, {}).second);
+    Need(chunk == kSmallText && agent.Ask(59, {}).second.empty(), "a small file is not whole");
+    Need(agent.Ask(61, {}).first == 0, "a small file cannot be closed");
+  }
+  return (agent.Spent() - begin) * 1e6 / files;
 }
 
 // Microseconds an entry.
@@ -211,7 +173,7 @@ double List(Agent& agent, const std::string& folder, unsigned entries) {
 
 void MakeFolder(const fs::path& folder, unsigned entries) {
   fs::create_directory(folder);
-  for (unsigned i = 0; i < entries; ++i) std::ofstream(folder / fmt::format("file {:06}.txt", i));
+  for (unsigned i = 0; i < entries; ++i) std::ofstream(folder / fmt::format("file {:06}.txt", i)) << kSmallText;
 }
 
 void Measure(const std::string& program, const fs::path& scratch) {
@@ -223,21 +185,24 @@ void Measure(const std::string& program, const fs::path& scratch) {
   MakeFolder(files / "large", 100000);
   const int target = open((scratch / "copy").c_str(), O_RDWR | O_CREAT, 0600);
   Agent agent(program, phone);
-  const Peer plain([&] { GiveChunks((files / "big").string()); });
+  Peer plain([&] { GiveChunks((files / "big").string()); });
   double pulled = 0;
   double copied = 0;
   double small = 1e9;
   double large = 1e9;
+  double each = 1e9;
   for (int round = 0; round < kRounds; ++round) {
     pulled = std::max(pulled, Pull(agent, target));
     copied = std::max(copied, CopyPlainly(plain, target));
     small = std::min(small, List(agent, "small", 1000));
     large = std::min(large, List(agent, "large", 100000));
+    each = std::min(each, PullSmall(agent, 1000));
   }
   agent.Ask(55, {});
   constexpr double kMiB = 1 << 20;
   fmt::print("64 MiB in chunks of {} bytes: agent {:.0f} MiB/s, plain copy {:.0f} MiB/s, time ratio {:.2f}\n", kChunk,
              pulled / kMiB, copied / kMiB, copied / pulled);
+  fmt::print("1,000 small files: {:.1f} us each, in four requests\n", each);
   fmt::print("listing, microseconds an entry: 1,000 entries {:.2f}, 100,000 entries {:.2f}, ratio {:.2f}\n", small,
              large, large / small);
 }
