@@ -264,7 +264,6 @@ TEST(FileCalls, what_a_description_gives_must_be_possible) {
       {R"([{"path": "\\a", "text": ""}, {"path": "\\A", "text": ""}])", "/files/1/path"},
       {R"([{"path": "\\a", "text": ""}, {"path": "\\a\\b", "text": ""}])", "/files/1"},
       {R"([{"path": "\\a", "attributes": "R"}])", "a file that is there"},
-      {R"([{"path": "\\a", "text": "", "modified": {"fileTime": 9223372036854775807}}])", "can keep"},
   };
   for (const auto& test : kCases) {
     const test::TemporaryFolder folder;
@@ -276,6 +275,25 @@ TEST(FileCalls, what_a_description_gives_must_be_possible) {
     }
     EXPECT_TRUE(fs::is_empty(folder.Path())) << test.json;
   }
+}
+
+// A memory file system keeps the time of any year, others do not; never is another time kept without a word.
+TEST(FileCalls, a_time_is_kept_or_refused) {
+  const test::TemporaryFolder folder;
+  const json file = {{"path", "\\a"}, {"text", ""}, {"modified", {{"fileTime", INT64_MAX}}}};
+  try {
+    handset::Handset::Init(folder.Path() / "phone", json{{"files", {file}}});
+  } catch (const std::exception& error) {
+    EXPECT_NE(std::string(error.what()).find("can keep"), std::string::npos) << error.what();
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+    return;
+  }
+  const auto phone = handset::Handset::Open(folder.Path() / "phone");
+  const handset::CurrentPhone current(*phone);
+  ce::WIN32_FIND_DATAW data{};
+  ASSERT_NE(First(u"\\a", data), ce::INVALID_HANDLE_VALUE);
+  EXPECT_EQ(data.ftLastWriteTime.dwHighDateTime, 0x7FFFFFFFU);
+  EXPECT_EQ(data.ftLastWriteTime.dwLowDateTime, 0xFFFFFFFFU);
 }
 
 }  // namespace
