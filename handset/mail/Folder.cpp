@@ -16,7 +16,7 @@ Properties FolderRow(SQLite::Database& database, std::int64_t id) {
   const std::optional<MailFolder> folder = SelectFolder(database, id);
   if (!folder) return properties;
   Add(properties, ce::PR_DISPLAY_NAME, folder->name);
-  properties.push_back({ce::PR_ENTRYID, ToBytes({EntryKind::kFolder, id})});
+  properties.emplace_back(ce::PR_ENTRYID, ToBytes({EntryKind::kFolder, id}));
   return properties;
 }
 
@@ -27,9 +27,9 @@ Properties MessageRow(SQLite::Database& database, std::int64_t id) {
   Add(properties, ce::PR_SENDER_NAME, message->senderName);
   Add(properties, ce::PR_SUBJECT, message->subject);
   if (message->delivered) {
-    properties.push_back({ce::PR_MESSAGE_DELIVERY_TIME, FileTimeValue{*message->delivered}});
+    properties.emplace_back(ce::PR_MESSAGE_DELIVERY_TIME, FileTimeValue{*message->delivered});
   }
-  if (message->hasEntryId) properties.push_back({ce::PR_ENTRYID, ToBytes({EntryKind::kMessage, id})});
+  if (message->hasEntryId) properties.emplace_back(ce::PR_ENTRYID, ToBytes({EntryKind::kMessage, id}));
   return properties;
 }
 
@@ -48,7 +48,7 @@ class Folder final : public PropertyObject<Folder, ce::IMAPIFolder> {
       const std::optional<MailFolder> folder = SelectFolder(database, m_folder);
       if (folder && folder->tellsCount) {
         const std::uint32_t count = folder->reportedCount.value_or(CountMessages(database, m_folder));
-        properties.push_back({ce::PR_CONTENT_COUNT, static_cast<std::int32_t>(count)});
+        properties.emplace_back(ce::PR_CONTENT_COUNT, static_cast<std::int32_t>(count));
       }
       return properties;
     });

@@ -19,11 +19,11 @@ Properties RecipientRow(SQLite::Database& database, std::int64_t id) {
   Properties properties;
   const std::optional<MailRecipient> recipient = SelectRecipient(database, id);
   if (!recipient) return properties;
-  properties.push_back({PR_ROWID, static_cast<std::int32_t>(id)});
+  properties.emplace_back(PR_ROWID, static_cast<std::int32_t>(id));
   if (recipient->addressFirst) Add(properties, ce::PR_EMAIL_ADDRESS, recipient->address);
   Add(properties, ce::PR_DISPLAY_NAME, recipient->name);
   if (!recipient->addressFirst) Add(properties, ce::PR_EMAIL_ADDRESS, recipient->address);
-  properties.push_back({PR_RECIPIENT_TYPE, MAPI_TO});
+  properties.emplace_back(PR_RECIPIENT_TYPE, MAPI_TO);
   return properties;
 }
 

@@ -14,8 +14,8 @@ Properties PropertiesOf(std::int64_t id, const std::optional<MailAccount>& accou
   Properties properties;
   if (!account) return properties;
   Add(properties, ce::PR_DISPLAY_NAME, account->name);
-  properties.push_back({ce::PR_ENTRYID, ToBytes({EntryKind::kStore, id})});
-  properties.push_back({ce::PR_IPM_SUBTREE_ENTRYID, ToBytes({EntryKind::kRoot, id})});
+  properties.emplace_back(ce::PR_ENTRYID, ToBytes({EntryKind::kStore, id}));
+  properties.emplace_back(ce::PR_IPM_SUBTREE_ENTRYID, ToBytes({EntryKind::kRoot, id}));
   return properties;
 }
 

@@ -56,7 +56,7 @@ void* NewBlock(Phone& phone, Held kind, std::size_t bytes) {
 }  // namespace
 
 void Add(Properties& properties, ce::ULONG tag, const std::optional<std::u16string>& text) {
-  if (text) properties.push_back({tag, *text});
+  if (text) properties.emplace_back(tag, *text);
 }
 
 ce::SPropValue* NewPropValues(Phone& phone, const Properties& properties,

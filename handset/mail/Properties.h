@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -21,8 +22,11 @@ struct FileTimeValue {
 };
 
 struct Property {
+  using Value = std::variant<std::u16string, Bytes, std::int32_t, FileTimeValue>;
+  Property(ce::ULONG itsTag, Value itsValue) : tag(itsTag), value(std::move(itsValue)) {}
+
   ce::ULONG tag;
-  std::variant<std::u16string, Bytes, std::int32_t, FileTimeValue> value;
+  Value value;
 };
 // In the order in which a table shows them that nobody told its columns.
 using Properties = std::vector<Property>;
