@@ -1,7 +1,7 @@
 // CCallLogModule, the document of one call.
+#include "agent/engine/DocumentLines.h"
 #include "agent/modules/phone/CallLogModule.h"
 #include "agent/modules/phone/PhoneText.h"
-#include "agent/modules/pim/ItemDocument.h"
 #include "platform/Kernel.h"
 
 namespace {
@@ -20,7 +20,7 @@ void LocalTime(CReplyWriter& reply, std::string_view name, const ce::FILETIME& u
     time = {};
   }
   // Kept(call-times-local-with-z): the phone's local time, although the Z says UTC.
-  item_document::Element(reply, name, [&] { reply.Timestamp(time); });
+  document::Element(reply, name, [&] { reply.Timestamp(time); });
 }
 
 struct FlagWord {
@@ -85,7 +85,7 @@ void CallerIdType(CReplyWriter& reply, ce::DWORD type) {
 
 void TextElement(CReplyWriter& reply, std::string_view name, const CPhoneText& text) {
   if (!text.IsNull()) {
-    item_document::Element(reply, name, [&] { reply.Utf8(text.View()); });
+    document::Element(reply, name, [&] { reply.Utf8(text.View()); });
   }
 }
 

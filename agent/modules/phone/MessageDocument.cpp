@@ -1,15 +1,15 @@
 #include "agent/modules/phone/MessageDocument.h"
 
+#include "agent/engine/DocumentLines.h"
 #include "agent/modules/phone/AddressRule.h"
 #include "agent/modules/phone/MailPath.h"
 #include "agent/modules/phone/MapiData.h"
-#include "agent/modules/pim/ItemDocument.h"
 #include "platform/Kernel.h"
 
 namespace {
 
 void TextElement(CReplyWriter& reply, std::string_view name, std::u16string_view text) {
-  item_document::Element(reply, name, [&] { reply.Utf8(text); });
+  document::Element(reply, name, [&] { reply.Utf8(text); });
 }
 
 // A column of the row, null when the message does not have the property.
@@ -23,7 +23,7 @@ void Delivered(CReplyWriter& reply, const ce::FILETIME& utc) {
   if (ce::FileTimeToSystemTime(&utc, &time) == 0) {
     time = {};
   }
-  item_document::Element(reply, "time", [&] { reply.Timestamp(time); });
+  document::Element(reply, "time", [&] { reply.Timestamp(time); });
 }
 
 // Names and addresses, in the order of the rows and of the columns of each.
@@ -53,7 +53,7 @@ ce::HRESULT SenderAddress(CReplyWriter& reply, ce::IMessage& message) {
   const ce::HRESULT result = value.Read(message, ce::PR_SENDER_EMAIL_ADDRESS);
   if (result >= 0 && value.Get() != nullptr) {
     if (const auto address = TextOf(*value.Get(), ce::PR_SENDER_EMAIL_ADDRESS)) {
-      item_document::Element(reply, "phone_or_email", [&] { WriteAddress(reply, *address); });
+      document::Element(reply, "phone_or_email", [&] { WriteAddress(reply, *address); });
     }
   }
   return result;
@@ -81,7 +81,7 @@ void WriteMessage(CReplyWriter& reply, ce::IMAPIFolder& folder, const ce::SRow& 
   reply.XmlHeader();
   reply.Text("<message>\n");
   const ce::SPropValue* sender = Find(row, CMailPath::kSender, ce::PR_SENDER_NAME);
-  item_document::Element(reply, "direction", [&] { reply.Text(sender != nullptr ? "incoming" : "outgoing"); });
+  document::Element(reply, "direction", [&] { reply.Text(sender != nullptr ? "incoming" : "outgoing"); });
   if (const auto* time = Find(row, CMailPath::kDelivered, ce::PR_MESSAGE_DELIVERY_TIME)) {
     Delivered(reply, time->Value.ft);
   }

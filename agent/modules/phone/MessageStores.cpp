@@ -1,8 +1,8 @@
 // CMessagingModule: accounts, folders and their messages.
+#include "agent/engine/DocumentLines.h"
 #include "agent/modules/phone/MapiData.h"
 #include "agent/modules/phone/MessageDocument.h"
 #include "agent/modules/phone/MessagingModule.h"
-#include "agent/modules/pim/ItemDocument.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ void SendNames(CReplyWriter& reply, std::string_view root, ce::IMAPITable& table
       break;
     }
     if (const auto name = TextOf(row->lpProps[0], ce::PR_DISPLAY_NAME)) {
-      item_document::Element(reply, "name", [&] { reply.Utf8(*name); });
+      document::Element(reply, "name", [&] { reply.Utf8(*name); });
     }
   }
   if (result < 0) {

@@ -2,14 +2,14 @@
 #include <iterator>
 #include <string_view>
 
+#include "agent/engine/DocumentLines.h"
 #include "agent/engine/WireFormat.h"
 #include "agent/modules/pim/AppointmentRecord.h"
-#include "agent/modules/pim/ItemDocument.h"
 #include "agent/modules/pim/RecurrenceTypes.h"
 
 namespace {
 
-using item_document::Element;
+using document::Element;
 
 struct Word {
   ce::LONG value;
@@ -83,8 +83,8 @@ void CAppointmentRecord::Write(CReplyWriter& reply) const {
   TextElement(reply, "location", m_location.get());
   TextElement(reply, "categories", m_categories.get());
   TextElement(reply, "body", m_body.get());
-  item_document::Date(reply, "starttime", m_start);
-  item_document::Date(reply, "endtime", m_end);
+  document::Date(reply, "starttime", m_start);
+  document::Date(reply, "endtime", m_end);
   FlagElement(reply, "isrecurring", m_isRecurring);
   if (m_isRecurring) {
     WritePattern(reply);
@@ -116,9 +116,9 @@ void CAppointmentRecord::WritePattern(CReplyWriter& reply) const {
   if (m_interval.wasRead) {
     CountElement(reply, "interval", m_interval.value);
   }
-  item_document::Date(reply, "patternstartdate", m_patternStartDate);
+  document::Date(reply, "patternstartdate", m_patternStartDate);
   if (m_hasPatternEndDate) {
-    item_document::Date(reply, "patternenddate", m_patternEndDate);
+    document::Date(reply, "patternenddate", m_patternEndDate);
   }
   if (m_occurrences.wasRead) {
     CountElement(reply, "occurrences", m_occurrences.value);

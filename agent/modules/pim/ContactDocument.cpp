@@ -4,8 +4,8 @@
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/Codecs.h"
+#include "agent/engine/DocumentLines.h"
 #include "agent/modules/pim/ContactRecord.h"
-#include "agent/modules/pim/ItemDocument.h"
 
 namespace {
 
@@ -63,13 +63,13 @@ void CContactRecord::Write(CReplyWriter& reply) const {
   reply.U32(wire::kResultOk);
   reply.XmlHeader();
   reply.Text("<contactentry>\n");
-  item_document::Element(reply, "oid", [&] { reply.Unsigned(m_oid); });
+  document::Element(reply, "oid", [&] { reply.Unsigned(m_oid); });
   for (std::size_t i = 0; i < m_dates.size(); ++i) {
-    item_document::Date(reply, contact::kDates[i].element, m_dates[i]);
+    document::Date(reply, contact::kDates[i].element, m_dates[i]);
   }
   for (const std::uint8_t i : contact::kWriteOrder) {
     if (!m_texts[i].IsNull()) {
-      item_document::Element(reply, contact::kTexts[i].element, [&] { reply.Utf8(m_texts[i].View()); });
+      document::Element(reply, contact::kTexts[i].element, [&] { reply.Utf8(m_texts[i].View()); });
     }
   }
   if (m_picture) {

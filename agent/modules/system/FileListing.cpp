@@ -1,4 +1,5 @@
 // CSystemModule, folders: the entries that match a pattern, told in parts, and the details of one file.
+#include "agent/engine/DocumentLines.h"
 #include "agent/modules/system/SystemModule.h"
 #include "platform/Kernel.h"
 
@@ -27,26 +28,13 @@ ce::HANDLE FindFirst(const char16_t* path, ce::WIN32_FIND_DATAW& match) {
   return ce::FindFirstFileExW(path, ce::FindExInfoStandard, &match, ce::FindExSearchNameMatch, nullptr, 0);
 }
 
-// An element on a line of its own; write() puts its content into the reply.
-template <class Write>
-void Element(CReplyWriter& reply, std::string_view indent, std::string_view name, Write write) {
-  reply.Text(indent);
-  reply.Text("<");
-  reply.Text(name);
-  reply.Text(">");
-  write();
-  reply.Text("</");
-  reply.Text(name);
-  reply.Text(">\n");
-}
-
 // What folders and files have in common. An entry has no element of its own: its elements follow one another, and the
 // next entry's name begins the next one.
 void WriteEntry(CReplyWriter& reply, std::string_view indent, std::u16string_view name, const ce::SYSTEMTIME& modified,
                 ce::DWORD attributes) {
-  Element(reply, indent, "name", [&] { reply.Utf8(name); });
-  Element(reply, indent, "modified", [&] { reply.Timestamp(modified); });
-  Element(reply, indent, "attr", [&] {
+  document::Element(reply, indent, "name", [&] { reply.Utf8(name); });
+  document::Element(reply, indent, "modified", [&] { reply.Timestamp(modified); });
+  document::Element(reply, indent, "attr", [&] {
     for (const AttributeLetter& row : kAttributeLetters) {
       if ((attributes & row.attribute) != 0) {
         reply.U8(static_cast<std::uint8_t>(row.letter));
@@ -64,7 +52,7 @@ void CSystemModule::WriteMatch(CReplyWriter& reply) const {
   WriteEntry(reply, kIndent, TextIn(m_match.cFileName), CalendarTime(m_match.ftLastWriteTime),
              m_match.dwFileAttributes);
   if ((m_match.dwFileAttributes & ce::FILE_ATTRIBUTE_DIRECTORY) == 0) {
-    Element(reply, kIndent, "size", [&] { reply.Dec(static_cast<std::int32_t>(m_match.nFileSizeLow)); });
+    document::Element(reply, kIndent, "size", [&] { reply.Dec(static_cast<std::int32_t>(m_match.nFileSizeLow)); });
   }
 }
 

@@ -1,8 +1,8 @@
-#include "agent/modules/pim/ItemDocument.h"
+#include "agent/engine/DocumentLines.h"
 
 #include "platform/Automation.h"
 
-namespace item_document {
+namespace document {
 
 void Date(CReplyWriter& reply, std::string_view name, ce::DATE date) {
   ce::SYSTEMTIME time{};
@@ -12,4 +12,4 @@ void Date(CReplyWriter& reply, std::string_view name, ce::DATE date) {
   Element(reply, name, [&] { reply.Timestamp(time); });
 }
 
-}  // namespace item_document
+}  // namespace document
