@@ -15,6 +15,8 @@ constexpr std::array<ElementRule, 3> kTexts = {{{"number", 0}, {"phonetype", 1},
 constexpr std::array<std::string_view, 3> kProgress = {"connected", "ended", "roaming"};
 constexpr std::array<std::string_view, 3> kCallerIds = {"unavailable", "blocked", "available"};
 
+std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
 [[noreturn]] void Broken(std::string_view element) {
   throw Failure(Exit::kProtocol, fmt::format("the phone's call entry is broken: no whole <{}>", element));
 }
@@ -105,14 +107,38 @@ uint32_t CallLog::Rewind() {
   return Read16(data, 0);
 }
 
-std::optional<Call> CallLog::Next() {
+std::optional<Bytes> CallLog::NextDocument() {
   // An entry that cannot be read does not move the phone's cursor.
   if (stuck_ && session_.AskResult(wire::kCallLog, wire::kNextCall).code != 0) return std::nullopt;
-  const Result read = session_.AskResult(wire::kCallLog, wire::kReadCall);
+  Result read = session_.AskResult(wire::kCallLog, wire::kReadCall);
   stuck_ = read.code != 0;
   if (read.code == wire::kRefusedResult) return std::nullopt;
   if (stuck_) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
-  return ReadCall({reinterpret_cast<const char*>(read.data.data()), read.data.size()});
+  return std::move(read.data);
+}
+
+std::optional<Call> CallLog::Next() {
+  const auto document = NextDocument();
+  if (!document) return std::nullopt;
+  return ReadCall(AsText(*document));
+}
+
+uint64_t WalkCalls(CallLog& log, const ItemWalk<Call>& walk) {
+  Misses misses("call");
+  const uint32_t count = log.Rewind();
+  if (count == 0) return 0;  // reading would be the phone's error
+  for (uint64_t number = 1;; number++) {
+    try {
+      const auto document = log.NextDocument();
+      if (!document) break;
+      walk.step(std::max<uint64_t>(count, number));
+      if (!walk.visit({number, ReadCall(AsText(*document)), AsText(*document)})) break;
+      misses.Read();
+    } catch (const Failure& failure) {
+      misses.Miss(number, failure, walk.miss);
+    }
+  }
+  return misses.count();
 }
 
 }  // namespace brelix

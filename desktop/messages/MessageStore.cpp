@@ -12,6 +12,7 @@ namespace {
 constexpr size_t kLongestName = 255;  // UTF-16 units that an agent can hold
 constexpr uint32_t kNoSuchName = 2;   // no account or folder of the selected name
 constexpr uint32_t kNoMoreMessages = 2;
+constexpr uint64_t kCountWraps = 65536;  // a phone tells the number of messages modulo this
 
 std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
@@ -70,11 +71,36 @@ uint32_t MessageStore::SelectFolder(const std::string& account, const std::strin
   return Read16(result.data, 0);
 }
 
-std::optional<Message> MessageStore::Next() {
-  const Result result = session_.AskResult(wire::kMessaging, wire::kNextMessage);
+std::optional<Bytes> MessageStore::NextDocument() {
+  Result result = session_.AskResult(wire::kMessaging, wire::kNextMessage);
   if (result.code == kNoMoreMessages) return std::nullopt;
   if (result.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(result.code));
-  return ReadMessage(AsText(result.data));
+  return std::move(result.data);
+}
+
+std::optional<Message> MessageStore::Next() {
+  const auto document = NextDocument();
+  if (!document) return std::nullopt;
+  return ReadMessage(AsText(*document));
+}
+
+uint64_t WalkMessages(MessageStore& store, const std::string& account, const std::string& folder,
+                      const ItemWalk<Message>& walk) {
+  Misses misses("message");
+  uint64_t total = store.SelectFolder(account, folder);
+  for (uint64_t number = 1;; number++) {
+    try {
+      const auto document = store.NextDocument();
+      if (!document) break;
+      if (number > total) total += kCountWraps;
+      walk.step(total);
+      if (!walk.visit({number, ReadMessage(AsText(*document)), AsText(*document)})) break;
+      misses.Read();
+    } catch (const Failure& failure) {
+      misses.Miss(number, failure, walk.miss);
+    }
+  }
+  return misses.count();
 }
 
 }  // namespace brelix

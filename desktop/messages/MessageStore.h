@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "desktop/ItemWalk.h"
 #include "desktop/Session.h"
 #include "desktop/messages/Message.h"
 
@@ -24,11 +25,18 @@ class MessageStore {
   // Nothing behind the oldest. A message that cannot be read is a phone-error or protocol failure; as a rule the next
   // call reads the next message, but a phone whose store has gone fails again and again.
   std::optional<Message> Next();
+  // The same as the phone's document.
+  std::optional<Bytes> NextDocument();
 
  private:
   void Select(uint16_t command, const char* what, const std::string& name);
 
   Session& session_;
 };
+
+// All messages of a folder from the newest to the oldest, after selecting it. Returns how many could not be read.
+// Throws when so many in a row cannot that nothing more will come.
+uint64_t WalkMessages(MessageStore& store, const std::string& account, const std::string& folder,
+                      const ItemWalk<Message>& walk);
 
 }  // namespace brelix
