@@ -33,6 +33,12 @@ class StoreError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A Bluetooth radio that this program or this system does not have.
+class RadioError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 // A library that cannot be loaded, or that refused to be.
 class LoadError : public std::runtime_error {
  public:

@@ -11,6 +11,7 @@
 #include "handset/Enter.h"
 #include "handset/Errors.h"
 #include "handset/net/HostSocket.h"
+#include "handset/store/RadioRows.h"
 #include "handset/system/DescribedFiles.h"
 
 namespace handset {
@@ -75,6 +76,12 @@ Phone::Phone(const fs::path& folder)
   for (const FaultRule& rule : store.GetFaults()) faults.Add(rule);
 }
 
+Radio& Phone::GetRadio() {
+  const std::lock_guard lock(radioMutex);
+  if (!radio) radio = MakeRadio(store.Use(SelectBluetooth).provider, *this);
+  return *radio;
+}
+
 void Handset::Init(const fs::path& folder, const nlohmann::json& json) {
   Init(folder, json, [](const fs::path&) {});
 }
@@ -136,6 +143,11 @@ Store& Handset::GetStore() { return m_phone->store; }
 const fs::path& Handset::GetFilesRoot() const { return m_phone->filesRoot; }
 
 void Handset::SetThreads(Threads mode) { m_phone->threads.SetMode(mode); }
+
+void Handset::UseRadio(RadioProvider provider) {
+  const std::lock_guard lock(m_phone->radioMutex);
+  m_phone->radio = MakeRadio(provider, *m_phone);
+}
 
 ce::SOCKET Handset::AdoptSocket(int descriptor) {
   try {

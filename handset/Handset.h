@@ -19,6 +19,7 @@ class MessageBoxes;
 class Clock;
 class Store;
 struct Phone;
+enum class RadioProvider : std::uint8_t;
 
 // How threads made by ce::CreateThread run.
 enum class Threads {
@@ -55,6 +56,10 @@ class Handset {
 
   // For threads created from now on.
   void SetThreads(Threads mode);
+
+  // Chooses the radio behind the Bluetooth calls, in place of the one that the description names, and makes it at once.
+  // Throws RadioError when this program or this system has none such; the text says what is missing.
+  void UseRadio(RadioProvider provider);
 
   // Gives the phone a socket of the host system (connected or listening); the phone owns it from now on.
   // Throws std::system_error for what is no descriptor.

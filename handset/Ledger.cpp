@@ -9,11 +9,11 @@ namespace handset {
 
 namespace {
 
-constexpr std::array<std::string_view, 19> kNames = {
-    "thread",       "registry key",  "line app",    "line",          "socket",        "call log",  "file",
-    "file listing", "COM reference", "heap block",  "system string", "Winsock start", "COM start", "MAPI start",
-    "MAPI logon",   "Outlook logon", "MAPI buffer", "MAPI rows",     "SMS handle"};
-static_assert(kNames.size() == static_cast<std::size_t>(Held::kSmsHandle) + 1);
+constexpr std::array<std::string_view, 20> kNames = {
+    "thread",       "registry key",  "line app",    "line",          "socket",        "call log",      "file",
+    "file listing", "COM reference", "heap block",  "system string", "Winsock start", "COM start",     "MAPI start",
+    "MAPI logon",   "Outlook logon", "MAPI buffer", "MAPI rows",     "SMS handle",    "service record"};
+static_assert(kNames.size() == static_cast<std::size_t>(Held::kServiceRecord) + 1);
 
 }  // namespace
 

@@ -31,6 +31,7 @@ enum class Held : std::uint8_t {
   kMapiBuffer,
   kMapiRows,
   kSmsHandle,
+  kServiceRecord,
 };
 
 // May be used from any thread.

@@ -12,6 +12,7 @@
 #include "handset/Handset.h"
 #include "handset/Ledger.h"
 #include "handset/com/OutsideHolders.h"
+#include "handset/radio/Radio.h"
 #include "handset/store/Store.h"
 #include "handset/system/Clock.h"
 #include "handset/system/FileRoot.h"
@@ -39,6 +40,11 @@ struct Phone {
   Clock clock;
   MessageBoxes boxes;
   OutsideHolders outside;
+
+  // The one that the description names, unless another one was chosen; made when it is first needed. Throws RadioError.
+  Radio& GetRadio();
+  std::mutex radioMutex;
+  std::unique_ptr<Radio> radio;
 
   std::atomic<unsigned> winsockStarts{0};
   std::mutex comMutex;

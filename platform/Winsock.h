@@ -20,18 +20,26 @@ inline constexpr INT SD_SEND = 1;
 inline constexpr INT SD_BOTH = 2;
 
 inline constexpr INT WSAEINTR = 10004;
+inline constexpr INT WSAEFAULT = 10014;
 inline constexpr INT WSAEINVAL = 10022;
 inline constexpr INT WSAEWOULDBLOCK = 10035;
 inline constexpr INT WSAENOTSOCK = 10038;
+inline constexpr INT WSAENOPROTOOPT = 10042;
+inline constexpr INT WSAEPROTONOSUPPORT = 10043;
 inline constexpr INT WSAEOPNOTSUPP = 10045;
+inline constexpr INT WSAEAFNOSUPPORT = 10047;
+inline constexpr INT WSAEADDRINUSE = 10048;
+inline constexpr INT WSAEADDRNOTAVAIL = 10049;
 inline constexpr INT WSAENETDOWN = 10050;
 inline constexpr INT WSAECONNABORTED = 10053;
 inline constexpr INT WSAECONNRESET = 10054;
 inline constexpr INT WSAENOBUFS = 10055;
 inline constexpr INT WSAENOTCONN = 10057;
 inline constexpr INT WSAESHUTDOWN = 10058;
+inline constexpr INT WSAENAMETOOLONG = 10063;
 inline constexpr INT WSAVERNOTSUPPORTED = 10092;
 inline constexpr INT WSANOTINITIALISED = 10093;
+inline constexpr INT WSASERVICE_NOT_FOUND = 10108;
 
 struct fd_set {
   DWORD fd_count;

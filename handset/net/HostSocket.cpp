@@ -34,7 +34,13 @@ constexpr std::array kMappings = std::to_array<Mapping>({
     {ENOMEM, ce::WSAENOBUFS},
     {EMFILE, 10024},
     {ENFILE, 10024},
-    {EFAULT, 10014},
+    {EFAULT, ce::WSAEFAULT},
+    {EADDRINUSE, ce::WSAEADDRINUSE},
+    {EADDRNOTAVAIL, ce::WSAEADDRNOTAVAIL},
+    {EAFNOSUPPORT, ce::WSAEAFNOSUPPORT},
+    {EPROTONOSUPPORT, ce::WSAEPROTONOSUPPORT},
+    {EACCES, 10013},
+    {EPERM, 10013},
     {ENETUNREACH, 10051},
     {ENETRESET, 10052},
     {ETIMEDOUT, 10060},
@@ -81,6 +87,10 @@ ssize_t HostSocket::Attempt(short event, Operation operation) {
   }
 }
 
+void HostSocket::Listen(ce::INT backlog) {
+  if (listen(m_socket.Get(), backlog) != 0) ThrowHostError();
+}
+
 std::shared_ptr<HostSocket> HostSocket::Accept() {
   const ssize_t accepted =
       Attempt(POLLIN, [&] { return accept4(m_socket.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK); });
@@ -93,11 +103,20 @@ ce::ULONG HostSocket::GetPending() const {
   return static_cast<ce::ULONG>(pending);
 }
 
+bool HostSocket::HasHungUp() const {
+  pollfd asked{m_socket.Get(), POLLIN, 0};
+  return poll(&asked, 1, 0) > 0 && (asked.revents & POLLHUP) != 0;
+}
+
+// Mapped: a host's RFCOMM socket whose peer is gone tells a reader so once, as a reset, and then again and again that
+// there is nothing now. Here it is the end of the stream every time after the first.
 ce::INT HostSocket::Receive(char* buffer, ce::INT size, bool peek) {
   if (m_receivesNoMore) Throw(ce::WSAESHUTDOWN);
   const int flags = peek ? MSG_PEEK : 0;
-  return static_cast<ce::INT>(
-      Attempt(POLLIN, [&] { return recv(m_socket.Get(), buffer, static_cast<std::size_t>(size), flags); }));
+  return static_cast<ce::INT>(Attempt(POLLIN, [&]() -> ssize_t {
+    const ssize_t received = recv(m_socket.Get(), buffer, static_cast<std::size_t>(size), flags);
+    return received < 0 && errno == EAGAIN && HasHungUp() ? 0 : received;
+  }));
 }
 
 ce::INT HostSocket::Send(const char* buffer, ce::INT size) {
@@ -105,7 +124,10 @@ ce::INT HostSocket::Send(const char* buffer, ce::INT size) {
   ce::INT sent = 0;
   do {
     sent += static_cast<ce::INT>(Attempt(POLLOUT, [&] {
-      return send(m_socket.Get(), buffer + sent, static_cast<std::size_t>(size - sent), MSG_NOSIGNAL);
+      const ssize_t part = send(m_socket.Get(), buffer + sent, static_cast<std::size_t>(size - sent), MSG_NOSIGNAL);
+      // Mapped: a host's RFCOMM socket is not connected any more once its peer is gone; the phone's was reset.
+      if (part < 0 && errno == ENOTCONN && HasHungUp()) errno = ECONNRESET;
+      return part;
     }));
   } while (sent < size && m_blocking);
   return sent;

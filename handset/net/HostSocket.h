@@ -16,6 +16,7 @@ class HostSocket : public HandleObject {
  public:
   explicit HostSocket(UniqueFd socket);
 
+  void Listen(ce::INT backlog);
   std::shared_ptr<HostSocket> Accept();
   // How many bytes can be read at once.
   ce::ULONG GetPending() const;
@@ -36,6 +37,7 @@ class HostSocket : public HandleObject {
   template <typename Operation>
   ssize_t Attempt(short event, Operation operation);
   void WaitFor(short event);
+  bool HasHungUp() const;
 
   UniqueFd m_socket;
   UniqueFd m_wake;

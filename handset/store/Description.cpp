@@ -14,6 +14,7 @@
 #include "handset/store/MailDescription.h"
 #include "handset/store/NearMatch.h"
 #include "handset/store/PimDescription.h"
+#include "handset/store/RadioDescription.h"
 #include "handset/store/RegistryDescription.h"
 #include "handset/store/SmsDescription.h"
 #include "handset/store/TimeText.h"
@@ -176,7 +177,7 @@ json PrintFault(const FaultRule& rule) {
 Description ParseDescription(const json& source) {
   const JsonNode node(source);
   node.NeedObject({"$schema", "lines", "os", "memory", "power", "clock", "registry", "contacts", "appointments",
-                   "messageBoxes", "faults", "calls", "accounts", "sms", "outbox", "files"});
+                   "messageBoxes", "faults", "calls", "accounts", "sms", "outbox", "bluetooth", "files"});
   Description description;
   if (const auto schema = node.Find("$schema")) schema->String();
   ReadList(node, "lines", description.lines, ParseLine);
@@ -192,6 +193,7 @@ Description ParseDescription(const json& source) {
   if (const auto accounts = node.Find("accounts")) description.accounts = ParseAccounts(*accounts);
   if (const auto sms = node.Find("sms")) description.sms = ParseSms(*sms);
   if (const auto outbox = node.Find("outbox")) description.outbox = ParseOutbox(*outbox);
+  if (const auto bluetooth = node.Find("bluetooth")) description.bluetooth = ParseBluetooth(*bluetooth);
   if (const auto files = node.Find("files")) description.files = ParseFiles(*files);
   return description;
 }
@@ -226,6 +228,7 @@ json PrintDescription(const Description& description) {
           {"accounts", PrintAccounts(description.accounts)},
           {"sms", PrintSms(description.sms)},
           {"outbox", PrintList(description.outbox, PrintOutboxMessage)},
+          {"bluetooth", PrintBluetooth(description.bluetooth)},
           {"files", PrintFiles(description.files)}};
 }
 

@@ -15,6 +15,7 @@
 #include "handset/Text.h"
 #include "handset/pim/Appointment.h"
 #include "handset/pim/Contact.h"
+#include "handset/radio/Radio.h"
 #include "handset/store/FileTime.h"
 #include "handset/system/Clock.h"
 #include "handset/system/MessageBoxes.h"
@@ -159,6 +160,21 @@ struct OutboxMessage {
   std::uint32_t queries = 0;   // how often its status was asked for
 };
 
+// A service record that the scripted radio publishes: SDP data elements.
+struct ServiceRecord {
+  std::uint32_t handle = 0;
+  Bytes bytes;
+};
+
+struct Bluetooth {
+  RadioProvider provider = RadioProvider::kScripted;
+  // All that follows is the scripted radio's.
+  std::uint32_t mode = 1;                    // connectable
+  std::vector<std::uint32_t> takenChannels;  // other programs have them
+  bool takesNoDelay = false;                 // RFCOMM sockets accept the TCP no-delay option
+  std::vector<ServiceRecord> records;
+};
+
 // A file or folder. Without content, size and isFolder it is one that something else puts there.
 struct PhoneFile {
   std::u16string path;
@@ -186,6 +202,7 @@ struct Description {
   std::vector<MailAccount> accounts;
   Sms sms;
   std::vector<OutboxMessage> outbox;
+  Bluetooth bluetooth;
   std::vector<PhoneFile> files;
 };
 

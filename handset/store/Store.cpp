@@ -17,7 +17,7 @@ using SQLite::Database;
 
 // "phon" in the file's header, so that another program's database is told from a phone's.
 constexpr int kApplicationId = 0x70686F6E;
-constexpr int kVersion = 2;
+constexpr int kVersion = 3;
 constexpr int kOldestVersion = 1;
 constexpr int kBusyMilliseconds = 5000;
 

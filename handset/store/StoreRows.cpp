@@ -6,6 +6,7 @@
 #include "handset/store/FileRows.h"
 #include "handset/store/MailRows.h"
 #include "handset/store/PimRows.h"
+#include "handset/store/RadioRows.h"
 #include "handset/store/RegistryDescription.h"
 #include "handset/store/RowValues.h"
 #include "handset/store/SmsRows.h"
@@ -115,6 +116,7 @@ void InsertDescription(Database& database, const Description& description) {
   InsertCalls(database, description.calls);
   InsertAccounts(database, description.accounts);
   InsertSms(database, description.sms, description.outbox);
+  InsertBluetooth(database, description.bluetooth);
   InsertFiles(database, description.files);
 }
 
@@ -133,6 +135,7 @@ Description SelectDescription(const Database& database) {
           .accounts = SelectAccounts(database),
           .sms = SelectSms(database),
           .outbox = SelectOutbox(database),
+          .bluetooth = SelectBluetooth(database),
           .files = SelectFiles(database)};
 }
 

@@ -269,6 +269,23 @@ CREATE TABLE IF NOT EXISTS outbox (
   queries INTEGER NOT NULL
 ) STRICT;
 
+-- The Bluetooth radio, its service records as SDP data elements.
+CREATE TABLE IF NOT EXISTS bluetooth (
+  id INTEGER PRIMARY KEY CHECK (id = 1),
+  provider INTEGER NOT NULL,  -- 0 scripted, 1 the host system's
+  mode INTEGER NOT NULL,
+  takes_no_delay INTEGER NOT NULL
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS bluetooth_taken_channel (
+  channel INTEGER PRIMARY KEY
+) STRICT;
+
+CREATE TABLE IF NOT EXISTS bluetooth_record (
+  handle INTEGER PRIMARY KEY,
+  bytes BLOB NOT NULL
+) STRICT;
+
 -- Attributes that are not the usual ones. Names and paths of folders are folded; the root is empty.
 CREATE TABLE IF NOT EXISTS file_attributes (
   folder TEXT NOT NULL,

@@ -55,9 +55,9 @@ class Store : public testing::Test {
 };
 
 TEST_F(Store, refuses_a_database_it_must_not_use_and_leaves_it_alone) {
-  Execute(m_file, "PRAGMA user_version = 3");
+  Execute(m_file, "PRAGMA user_version = 4");
   ExpectRefused(m_phone, "newer program");
-  Execute(m_file, "PRAGMA user_version = 2; PRAGMA application_id = 5");
+  Execute(m_file, "PRAGMA user_version = 3; PRAGMA application_id = 5");
   ExpectRefused(m_phone, "not a phone's database");
   Execute(m_file, "PRAGMA application_id = 0x70686F6E; INSERT INTO fault VALUES (1, 'NoSuchCall', NULL, 0, 1)");
   ExpectRefused(m_phone, "NoSuchCall");

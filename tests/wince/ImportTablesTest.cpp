@@ -45,11 +45,13 @@ TEST(ImportTables, an_ordinal_is_given_once_in_a_library) {
   }
 }
 
-// Its own import library has no names for these.
-TEST(ImportTables, the_phone_library_is_imported_by_ordinal_and_nothing_else_is) {
+// Their own import libraries have no names for these.
+TEST(ImportTables, two_libraries_are_imported_by_ordinal_and_nothing_else_is) {
   for (const pe::KnownImport& import : pe::kKnownImports) {
-    EXPECT_EQ(import.byOrdinal, import.library == "phone.dll") << import.name;
+    EXPECT_EQ(import.byOrdinal, import.library == "phone.dll" || import.library == "bthutil.dll") << import.name;
   }
+  ASSERT_NE(pe::FindImport("bthutil.dll", "", 2), nullptr);
+  EXPECT_EQ(pe::FindImport("bthutil.dll", "", 2)->name, "BthGetMode");
   ASSERT_NE(pe::FindImport("phone.dll", "", 1), nullptr);
   EXPECT_EQ(pe::FindImport("phone.dll", "", 1)->name, "PhoneOpenCallLog");
   EXPECT_EQ(pe::FindImport("phone.dll", "", 3)->name, "PhoneCloseCallLog");

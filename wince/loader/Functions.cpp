@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/Automation.h"
+#include "platform/Bluetooth.h"
 #include "platform/CallLog.h"
 #include "platform/Crt.h"
 #include "platform/Files.h"
