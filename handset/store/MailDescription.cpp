@@ -44,19 +44,6 @@ MailMessage ParseMessage(const JsonNode& node) {
   return message;
 }
 
-json PrintMessage(const MailMessage& message) {
-  json out = json::object();
-  json sender = json::object();
-  PrintText(sender, "name", message.senderName);
-  PrintText(sender, "address", message.senderAddress);
-  if (!sender.empty()) out["sender"] = std::move(sender);
-  if (!message.recipients.empty()) out["recipients"] = PrintList(message.recipients, PrintRecipient);
-  PrintText(out, "subject", message.subject);
-  if (message.delivered) out["delivered"] = PrintFileTime(*message.delivered);
-  if (!message.hasEntryId) out["hasEntryId"] = false;
-  return out;
-}
-
 MailFolder ParseFolder(const JsonNode& node, int depth) {
   if (depth > kDeepestFolder) node.Misfit("at most 32 folders within one another", "one more");
   node.NeedObject({"name", "folders", "messages", "reportedCount"});
@@ -96,6 +83,19 @@ json PrintAccount(const MailAccount& account) {
 }
 
 }  // namespace
+
+json PrintMessage(const MailMessage& message) {
+  json out = json::object();
+  json sender = json::object();
+  PrintText(sender, "name", message.senderName);
+  PrintText(sender, "address", message.senderAddress);
+  if (!sender.empty()) out["sender"] = std::move(sender);
+  if (!message.recipients.empty()) out["recipients"] = PrintList(message.recipients, PrintRecipient);
+  PrintText(out, "subject", message.subject);
+  if (message.delivered) out["delivered"] = PrintFileTime(*message.delivered);
+  if (!message.hasEntryId) out["hasEntryId"] = false;
+  return out;
+}
 
 std::vector<MailAccount> ParseAccounts(const JsonNode& list) {
   std::vector<MailAccount> accounts;

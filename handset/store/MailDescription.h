@@ -8,6 +8,7 @@ namespace handset {
 
 // Throws DescriptionError.
 std::vector<MailAccount> ParseAccounts(const JsonNode& list);
+nlohmann::json PrintMessage(const MailMessage& message);
 nlohmann::json PrintAccounts(const std::vector<MailAccount>& accounts);
 
 }  // namespace handset

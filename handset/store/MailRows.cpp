@@ -10,49 +10,11 @@ using SQLite::Database;
 using SQLite::Statement;
 using Ids = std::vector<std::int64_t>;
 
-// Statements that are run once for each message.
-class MessageInserter {
- public:
-  explicit MessageInserter(Database& database)
-      : m_database(database),
-        m_message(database,
-                  "INSERT INTO mail_message (folder, delivery_time, sender_name, sender_address, subject, "
-                  "has_entry_id) VALUES (?, ?, ?, ?, ?, ?)"),
-        m_recipient(database,
-                    "INSERT INTO mail_recipient (message, name, address, address_first) VALUES (?, ?, ?, ?)") {}
-
-  void Insert(std::int64_t folder, const MailMessage& message) {
-    Execute(m_message, folder, message.delivered, message.senderName, message.senderAddress, message.subject,
-            message.hasEntryId);
-    const std::int64_t id = m_database.getLastInsertRowid();
-    for (const MailRecipient& recipient : message.recipients) {
-      Execute(m_recipient, id, recipient.name, recipient.address, recipient.addressFirst);
-    }
-  }
-
- private:
-  Database& m_database;
-  Statement m_message;
-  Statement m_recipient;
-};
-
-std::int64_t InsertFolderRow(Database& database, std::int64_t account, std::int64_t parent, const MailFolder& folder) {
-  Insert(database,
-         "INSERT INTO mail_folder (account, parent, name, tells_count, reported_count) VALUES (?, ?, ?, ?, ?)", account,
-         parent, folder.name, folder.tellsCount, folder.reportedCount);
-  return database.getLastInsertRowid();
-}
-
-void InsertFolder(Database& database, MessageInserter& messages, std::int64_t account, std::int64_t parent,
-                  const MailFolder& folder) {
-  const std::int64_t id = InsertFolderRow(database, account, parent, folder);
+void InsertWholeFolder(Database& database, MessageWriter& messages, std::int64_t account, std::int64_t parent,
+                       const MailFolder& folder) {
+  const std::int64_t id = InsertFolder(database, account, parent, folder);
   for (const MailMessage& message : folder.messages) messages.Insert(id, message);
-  for (const MailFolder& inner : folder.folders) InsertFolder(database, messages, account, id, inner);
-}
-
-std::int64_t InsertAccountRow(Database& database, const std::optional<std::u16string>& name) {
-  Insert(database, "INSERT INTO mail_account (name) VALUES (?)", name);
-  return database.getLastInsertRowid();
+  for (const MailFolder& inner : folder.folders) InsertWholeFolder(database, messages, account, id, inner);
 }
 
 template <typename... Values>
@@ -72,20 +34,12 @@ std::int64_t SelectNumber(const Database& database, const char* sql, const Value
   return ids.empty() ? 0 : ids.front();
 }
 
-MailMessage WholeMessage(const Database& database, std::int64_t id) {
-  MailMessage message = SelectMessage(database, id).value();
-  for (const std::int64_t recipient : SelectRecipientIds(database, id)) {
-    message.recipients.push_back(SelectRecipient(database, recipient).value());
-  }
-  return message;
-}
-
 std::vector<MailFolder> WholeFolders(const Database& database, std::int64_t account, std::int64_t parent) {
   std::vector<MailFolder> folders;
   for (const std::int64_t id : SelectFolderIds(database, account, parent)) {
     MailFolder folder = SelectFolder(database, id).value();
     for (const std::int64_t message : SelectMessageIds(database, id, MessageOrder::kArrival)) {
-      folder.messages.push_back(WholeMessage(database, message));
+      folder.messages.push_back(SelectWholeMessage(database, message));
     }
     folder.folders = WholeFolders(database, account, id);
     folders.push_back(std::move(folder));
@@ -95,11 +49,45 @@ std::vector<MailFolder> WholeFolders(const Database& database, std::int64_t acco
 
 }  // namespace
 
+MessageWriter::MessageWriter(Database& database)
+    : m_database(database),
+      m_message(database,
+                "INSERT INTO mail_message (folder, delivery_time, sender_name, sender_address, subject, "
+                "has_entry_id) VALUES (?, ?, ?, ?, ?, ?)"),
+      m_recipient(database, "INSERT INTO mail_recipient (message, name, address, address_first) VALUES (?, ?, ?, ?)") {}
+
+void MessageWriter::Insert(std::int64_t folder, const MailMessage& message) {
+  Execute(m_message, folder, message.delivered, message.senderName, message.senderAddress, message.subject,
+          message.hasEntryId);
+  const std::int64_t id = m_database.getLastInsertRowid();
+  for (const MailRecipient& recipient : message.recipients) {
+    Execute(m_recipient, id, recipient.name, recipient.address, recipient.addressFirst);
+  }
+}
+
+std::int64_t InsertAccount(Database& database, const std::optional<std::u16string>& name) {
+  Insert(database, "INSERT INTO mail_account (name) VALUES (?)", name);
+  return database.getLastInsertRowid();
+}
+
+std::int64_t InsertFolder(Database& database, std::int64_t account, std::int64_t parent, const MailFolder& folder) {
+  Insert(database,
+         "INSERT INTO mail_folder (account, parent, name, tells_count, reported_count) VALUES (?, ?, ?, ?, ?)", account,
+         parent, folder.name, folder.tellsCount, folder.reportedCount);
+  return database.getLastInsertRowid();
+}
+
+void UpdateFolderCount(Database& database, std::int64_t folder, bool tellsCount,
+                       std::optional<std::uint32_t> reportedCount) {
+  Insert(database, "UPDATE mail_folder SET tells_count = ?, reported_count = ? WHERE id = ?", tellsCount, reportedCount,
+         folder);
+}
+
 void InsertAccounts(Database& database, const std::vector<MailAccount>& accounts) {
-  MessageInserter messages(database);
+  MessageWriter messages(database);
   for (const MailAccount& account : accounts) {
-    const std::int64_t id = InsertAccountRow(database, account.name);
-    for (const MailFolder& folder : account.folders) InsertFolder(database, messages, id, 0, folder);
+    const std::int64_t id = InsertAccount(database, account.name);
+    for (const MailFolder& folder : account.folders) InsertWholeFolder(database, messages, id, 0, folder);
   }
 }
 
@@ -111,6 +99,14 @@ std::vector<MailAccount> SelectAccounts(const Database& database) {
     accounts.push_back(std::move(account));
   }
   return accounts;
+}
+
+MailMessage SelectWholeMessage(const Database& database, std::int64_t id) {
+  MailMessage message = SelectMessage(database, id).value();
+  for (const std::int64_t recipient : SelectRecipientIds(database, id)) {
+    message.recipients.push_back(SelectRecipient(database, recipient).value());
+  }
+  return message;
 }
 
 Ids SelectAccountIds(const Database& database) {
@@ -186,16 +182,16 @@ void FileMessage(Database& database, std::u16string_view account, std::u16string
                  const MailMessage& message) {
   std::int64_t accountId =
       SelectNumber(database, "SELECT id FROM mail_account WHERE name = ? ORDER BY id LIMIT 1", account);
-  if (accountId == 0) accountId = InsertAccountRow(database, std::u16string(account));
+  if (accountId == 0) accountId = InsertAccount(database, std::u16string(account));
   std::int64_t folderId = SelectNumber(
       database, "SELECT id FROM mail_folder WHERE account = ? AND parent = 0 AND name = ? ORDER BY id LIMIT 1",
       accountId, folder);
   if (folderId == 0) {
     MailFolder made;
     made.name = folder;
-    folderId = InsertFolderRow(database, accountId, 0, made);
+    folderId = InsertFolder(database, accountId, 0, made);
   }
-  MessageInserter(database).Insert(folderId, message);
+  MessageWriter(database).Insert(folderId, message);
 }
 
 }  // namespace handset
