@@ -29,6 +29,7 @@ void Session::Fail(Exit code, const std::string& what) const {
 }
 
 uint16_t Session::Send(uint16_t module, uint16_t command, ByteView data, Deadline deadline) {
+  if (!alive_) Fail(Exit::kLinkLost, "the connection was lost before");
   const uint16_t number = numbers_.Next();
   const Bytes frame = BuildRequest(module, command, data, number);
   if (options_.trace) options_.trace->Sent(frame);
