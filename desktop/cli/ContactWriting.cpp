@@ -78,7 +78,7 @@ Contact Sendable(const Contact& contact, bool allow_loss) {
 Exit SetContact(Context& context, uint32_t oid, const NewTexts& texts, HowToWrite how) {
   context.phone.Start();
   ContactsClient contacts(context.session);
-  const auto [position, before] = NeedContact(contacts, oid);
+  const auto [position, before, document] = NeedContact(contacts, oid);
   Contact after = before;
   for (const auto& [field, text] : texts) after[field] = text;
   after = Sendable(after, how.allow_loss);
@@ -208,7 +208,7 @@ Exit SavePicture(const Contact& contact, const std::string& path) {
 Exit SetPhoto(Context& context, uint32_t oid, const PhotoWords& words, const Bytes& picture) {
   context.phone.Start();
   ContactsClient contacts(context.session);
-  auto [position, contact] = NeedContact(contacts, oid);
+  auto [position, contact, document] = NeedContact(contacts, oid);
   if (!words.save.empty()) return SavePicture(contact, words.save);
   context.report.Add("Picture", fmt::format("{} bytes instead of {}", picture.size(), contact.picture.size()),
                      "picture_bytes", picture.size());

@@ -74,7 +74,7 @@ std::string AsMail(const Message& message) {
 
 void ReadFolder(MessageStore& store, const MessageRequest& request, const std::string& folder, BadItems& items,
                 const Take& take) {
-  uint64_t total = store.SelectFolder(request.account, folder);
+  uint64_t total = store.SelectFolder(request.account, folder).value_or(0);
   uint64_t done = 0;
   Progress progress(folder, total);
   items.Run([&] { return store.Next(); },

@@ -33,7 +33,8 @@ std::span<const std::string_view> ElementNames() {
 }
 
 std::string DateFromWire(std::string_view name, std::string_view text) {
-  if (text.starts_with("45010101T")) return {};  // how the phone says that there is none
+  // How the phone says that there is none, and what an agent makes of one that no calendar has.
+  if (text.starts_with("45010101T") || text == "00000000T000000Z") return {};
   if (!text.ends_with('Z')) Broken(name, text);
   const auto date = NormalDate(text.substr(0, text.size() - 1));
   if (!date) Broken(name, text);

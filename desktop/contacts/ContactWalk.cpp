@@ -17,7 +17,11 @@ size_t WalkContacts(ContactsClient& contacts, const ContactWalk& walk) {
   for (uint32_t position = 1; position <= count; position++) {
     walk.step(count);
     try {
-      if (!walk.visit({position, contacts.At(position)})) break;
+      const Bytes document = contacts.DocumentAt(position);
+      if (!walk.visit({position,
+                       contacts.Read(position, document),
+                       {reinterpret_cast<const char*>(document.data()), document.size()}}))
+        break;
       in_a_row = 0;
     } catch (const ContactFailure& failure) {
       failed++;
@@ -36,6 +40,7 @@ std::map<uint32_t, PlacedContact> FindContacts(ContactsClient& contacts, std::se
   ContactWalk searching = walk;
   searching.visit = [&](PlacedContact placed) {
     const uint32_t oid = placed.contact.oid;
+    placed.document = {};
     if (oids.erase(oid) > 0) found.emplace(oid, std::move(placed));
     return !oids.empty();
   };

@@ -14,6 +14,7 @@ namespace brelix {
 struct PlacedContact {
   uint32_t position = 0;
   Contact contact;
+  std::string_view document{};  // what it was read from; lives as long as the call that tells of it
 };
 
 struct ContactWalk {

@@ -7,21 +7,31 @@
 
 namespace brelix {
 
-Contact ContactsClient::At(uint32_t position) {
-  const Result result = items_.Ask(wire::kGetItem, position);
-  const auto fail = [&](Exit code, const std::string& why) {
-    throw ContactFailure(
-        code, fmt::format("{}: the contact at position {} cannot be read: {}", session_.address(), position, why));
-  };
-  if (result.code == wire::kRefusedResult) fail(Exit::kRefused, "the phone refused it");
-  if (result.code != 0) fail(Exit::kPhoneError, PhoneErrorText(result.code));
+namespace {
+
+[[noreturn]] void CannotRead(Exit code, const Session& session, uint32_t position, const std::string& why) {
+  throw ContactFailure(
+      code, fmt::format("{}: the contact at position {} cannot be read: {}", session.address(), position, why));
+}
+
+}  // namespace
+
+Bytes ContactsClient::DocumentAt(uint32_t position) {
+  Result result = items_.Ask(wire::kGetItem, position);
+  if (result.code == wire::kRefusedResult) CannotRead(Exit::kRefused, session_, position, "the phone refused it");
+  if (result.code != 0) CannotRead(Exit::kPhoneError, session_, position, PhoneErrorText(result.code));
+  return std::move(result.data);
+}
+
+Contact ContactsClient::Read(uint32_t position, ByteView document) const {
   try {
-    return ReadContactDocument({reinterpret_cast<const char*>(result.data.data()), result.data.size()});
+    return ReadContactDocument({reinterpret_cast<const char*>(document.data()), document.size()});
   } catch (const Failure& broken) {
-    fail(Exit::kProtocol, broken.what());
-    throw;
+    CannotRead(Exit::kProtocol, session_, position, broken.what());
   }
 }
+
+Contact ContactsClient::At(uint32_t position) { return Read(position, DocumentAt(position)); }
 
 void ContactsClient::NeedSuccess(const Result& result, uint32_t oid, const char* what) const {
   if (result.code == 0) return;

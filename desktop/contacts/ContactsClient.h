@@ -28,6 +28,10 @@ class ContactsClient {
   uint32_t Count() { return items_.Count(); }
   // The contact at a position, 1 to Count().
   Contact At(uint32_t position);
+  // The same as the phone's document.
+  Bytes DocumentAt(uint32_t position);
+  // The contact of a document that came from a position.
+  Contact Read(uint32_t position, ByteView document) const;
 
   // Makes the phone's contact with this object id this one, or a new one for id 0. Returns the id. The picture stays.
   uint32_t Put(uint32_t oid, const Contact& contact, EmptyFileAs file_as);

@@ -32,31 +32,37 @@ size_t Units(std::string_view wire) {
 }  // namespace
 
 void MessageStore::Select(uint16_t command, const char* what, const std::string& name) {
-  const auto wire = ToWireText(name);
+  // Half a surrogate pair is as good as any other unit of a name.
+  const std::string wire = SplitSurrogates(name);
   const auto complain = [&](const char* why) {
     throw Failure(Exit::kUsage, fmt::format("the {} \"{}\" cannot be selected: {}", what, name, why));
   };
-  if (!wire) complain("its name is not UTF-8");
-  if (wire->empty()) complain("to the phone, an empty name means none");
-  if (Units(*wire) > kLongestName) complain("its name is longer than the 255 characters that an agent takes");
-  Bytes data(wire->begin(), wire->end());
+  if (!WireUnits(wire) || JoinSurrogates(wire) != name || name.find('\0') != name.npos)
+    complain("its name is not UTF-8");
+  if (wire.empty()) complain("to the phone, an empty name means none");
+  if (Units(wire) > kLongestName) complain("its name is longer than the 255 characters that an agent takes");
+  Bytes data(wire.begin(), wire.end());
   data.push_back(0);
   session_.Answer(wire::kMessaging, command, data);
 }
 
-Names MessageStore::Accounts() {
-  return ReadNames(AsText(session_.Answer(wire::kMessaging, wire::kListAccounts)), "accounts");
+Bytes MessageStore::AccountsDocument() { return session_.Answer(wire::kMessaging, wire::kListAccounts); }
+
+Names MessageStore::Accounts() { return ReadNames(AsText(AccountsDocument()), "accounts"); }
+
+Bytes MessageStore::FoldersDocument(const std::string& account) {
+  Select(wire::kSelectAccount, "account", account);
+  Result result = session_.AskResult(wire::kMessaging, wire::kListFolders);
+  if (result.code == kNoSuchName) NoSuchName("account", account, "accounts");
+  if (result.code != 0) throw Failure(Exit::kPhoneError, "listing the folders: " + PhoneErrorText(result.code));
+  return std::move(result.data);
 }
 
 Names MessageStore::Folders(const std::string& account) {
-  Select(wire::kSelectAccount, "account", account);
-  const Result result = session_.AskResult(wire::kMessaging, wire::kListFolders);
-  if (result.code == kNoSuchName) NoSuchName("account", account, "accounts");
-  if (result.code != 0) throw Failure(Exit::kPhoneError, "listing the folders: " + PhoneErrorText(result.code));
-  return ReadNames(AsText(result.data), "folders");
+  return ReadNames(AsText(FoldersDocument(account)), "folders");
 }
 
-uint32_t MessageStore::SelectFolder(const std::string& account, const std::string& folder) {
+std::optional<uint32_t> MessageStore::SelectFolder(const std::string& account, const std::string& folder) {
   Select(wire::kSelectAccount, "account", account);
   Select(wire::kSelectFolder, "folder", folder);
   const Result result = session_.AskResult(wire::kMessaging, wire::kCountMessages);
@@ -64,7 +70,7 @@ uint32_t MessageStore::SelectFolder(const std::string& account, const std::strin
     Folders(account);  // complains when it is the account
     NoSuchName("folder", folder, "folders ACCOUNT");
   }
-  if (result.code != 0) throw Failure(Exit::kPhoneError, "counting the messages: " + PhoneErrorText(result.code));
+  if (result.code != 0) return std::nullopt;
   if (result.data.size() < 2)
     throw Failure(Exit::kProtocol, fmt::format("{}: the answer to counting messages has {} bytes instead of 6",
                                                session_.address(), result.data.size() + 4));
@@ -87,7 +93,7 @@ std::optional<Message> MessageStore::Next() {
 uint64_t WalkMessages(MessageStore& store, const std::string& account, const std::string& folder,
                       const ItemWalk<Message>& walk) {
   Misses misses("message");
-  uint64_t total = store.SelectFolder(account, folder);
+  uint64_t total = store.SelectFolder(account, folder).value_or(0);
   for (uint64_t number = 1;; number++) {
     try {
       const auto document = store.NextDocument();

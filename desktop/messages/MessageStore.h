@@ -13,15 +13,17 @@ namespace brelix {
 
 class MessageStore {
  public:
-  // The session is open.
+  // The session is open. Names are UTF-8, in which half a surrogate pair is three bytes of its own.
   explicit MessageStore(Session& session) : session_(session) {}
 
   Names Accounts();
+  Bytes AccountsDocument();
   // The folders at the top of the account. Throws a phone-error failure when there is no account of that very name.
   Names Folders(const std::string& account);
-  // Makes the folder the one that Next reads, from its newest message on; the number of its messages modulo 65536.
-  // Throws a usage failure for a name that cannot be said to a phone.
-  uint32_t SelectFolder(const std::string& account, const std::string& folder);
+  Bytes FoldersDocument(const std::string& account);
+  // Makes the folder the one that Next reads, from its newest message on; the number of its messages modulo 65536,
+  // nothing when the phone cannot tell it. Throws a usage failure for a name that cannot be said to a phone.
+  std::optional<uint32_t> SelectFolder(const std::string& account, const std::string& folder);
   // Nothing behind the oldest. A message that cannot be read is a phone-error or protocol failure; as a rule the next
   // call reads the next message, but a phone whose store has gone fails again and again.
   std::optional<Message> Next();
