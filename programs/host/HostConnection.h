@@ -3,5 +3,5 @@
 
 class CConnectionManager;
 
-// Null when there is nothing to listen on; the user was told why.
+// A connection that is constructed. Null when there is nothing to listen on; the user was told why.
 CConnectionManager* NewHostConnection();

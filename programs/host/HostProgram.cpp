@@ -14,11 +14,6 @@ constexpr char16_t kRunning[] = u"The agent is running.\n\nClose this box to end
 }  // namespace
 
 bool CHostProgram::Start(CConnectionManager* connection) {
-  if (!connection->Construct()) {
-    ShowErrBox(u"CConnectionManager::Construct()");
-    delete connection;
-    return false;
-  }
   m_engine = new (std::nothrow) CAgentEngine(this, connection);
   if (m_engine == nullptr) {
     ShowErrBox(u"CHostProgram::Start()");

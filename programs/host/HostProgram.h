@@ -10,7 +10,8 @@ class CHostProgram final : public CBrelixAgent {
   CHostProgram(const CHostProgram&) = delete;
   CHostProgram& operator=(const CHostProgram&) = delete;
 
-  // Takes over the connection and serves desktops until Stop. False when that failed; the user was told.
+  // Takes over the connection, which is constructed, and serves desktops until Stop. False when that failed; the user
+  // was told.
   bool Start(CConnectionManager* connection);
   // Waits for the session that is under way to end.
   void Stop();

@@ -18,7 +18,7 @@ extern "C" ce::BOOL DllMain(ce::HANDLE /*instance*/, ce::DWORD /*reason*/, void*
 extern "C" ce::INT StartHost(ce::SOCKET listening) {
   auto* connection = new (std::nothrow) brelix_phone::CListeningConnection(listening);
   g_host = new (std::nothrow) CHostProgram;
-  return connection != nullptr && g_host != nullptr && g_host->Start(connection) ? 0 : 1;
+  return connection != nullptr && connection->Construct() && g_host != nullptr && g_host->Start(connection) ? 0 : 1;
 }
 
 extern "C" void StopHost() {
