@@ -28,7 +28,7 @@ size_t WalkContacts(ContactsClient& contacts, const ContactWalk& walk) {
       if (++in_a_row == kGiveUpAfter)
         throw Failure(failure.code(),
                       fmt::format("{}; so did the {} before it, giving up", failure.what(), in_a_row - 1));
-      walk.complain(failure.what());
+      walk.miss ? walk.miss(position, failure.reason()) : walk.complain(failure.what());
     }
   }
   return failed;

@@ -22,6 +22,8 @@ struct ContactWalk {
   std::function<bool(PlacedContact)> visit;
   // Told of every contact that cannot, and why.
   std::function<void(const std::string&)> complain;
+  // The same for programs, in its place where it is set.
+  std::function<void(uint32_t position, const std::string& why)> miss{};
   // Told at every position how many there are.
   std::function<void(uint32_t count)> step = [](uint32_t) {};
 };

@@ -11,7 +11,7 @@ namespace {
 
 [[noreturn]] void CannotRead(Exit code, const Session& session, uint32_t position, const std::string& why) {
   throw ContactFailure(
-      code, fmt::format("{}: the contact at position {} cannot be read: {}", session.address(), position, why));
+      code, fmt::format("{}: the contact at position {} cannot be read: {}", session.address(), position, why), why);
 }
 
 }  // namespace

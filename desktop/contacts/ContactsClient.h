@@ -16,6 +16,13 @@ namespace brelix {
 class ContactFailure : public Failure {
  public:
   using Failure::Failure;
+  ContactFailure(Exit code, const std::string& text, std::string reason)
+      : Failure(code, text), reason_(std::move(reason)) {}
+  // Without the address and the contact, where it has them.
+  std::string reason() const { return reason_.empty() ? what() : reason_; }
+
+ private:
+  std::string reason_;
 };
 
 // Failures that are no ContactFailure end the work.
