@@ -5,14 +5,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "handset/Failure.h"
 #include "handset/Phone.h"
 
 namespace handset {
-
-// Thrown inside a call to fail with this code.
-struct Failure {
-  ce::DWORD code;
-};
 
 // The calling thread's last error, which the sockets use too, as on the phone.
 void SetLastError(ce::DWORD code);

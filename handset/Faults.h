@@ -3,24 +3,13 @@
 
 #include <atomic>
 #include <cstdint>
-#include <limits>
 #include <mutex>
 #include <optional>
-#include <string>
 #include <vector>
 
-#include "handset/Calls.h"
+#include "handset/store/FaultRule.h"
 
 namespace handset {
-
-struct FaultRule {
-  static constexpr std::uint32_t kAlways = std::numeric_limits<std::uint32_t>::max();
-
-  std::string call;                          // "RegOpenKeyExW", "IPOutlookApp::Logon"
-  std::optional<std::uint32_t> result = {};  // absent: the call's usual failure
-  std::uint32_t skip = 0;                    // this many calls go through first
-  std::uint32_t times = 1;                   // then this many fail
-};
 
 // May be used from any thread at any time. Costs one load when nothing is armed.
 class Faults {
@@ -43,9 +32,6 @@ class Faults {
     if (!m_armed.load(std::memory_order_relaxed)) return std::nullopt;
     return EnterArmed(call);
   }
-
-  // Throws FaultError as Add does.
-  static Call Check(const FaultRule& rule);
 
  private:
   struct Rule {

@@ -1,7 +1,6 @@
-// System strings and dates for the phone's own objects.
+// System strings for the phone's own objects.
 #pragma once
 
-#include <optional>
 #include <string_view>
 
 #include "platform/Automation.h"
@@ -15,9 +14,5 @@ struct Phone;
 ce::BSTR NewSystemString(Phone& phone, std::u16string_view text);
 // All of a system string, zeros within it too; empty for null.
 std::u16string_view TextOf(ce::BSTR text);
-
-// As VariantTimeToSystemTime and SystemTimeToVariantTime: from the year 100 to 9999, else nothing.
-std::optional<ce::SYSTEMTIME> ToSystemTime(ce::DATE date);
-std::optional<ce::DATE> ToDate(const ce::SYSTEMTIME& time);
 
 }  // namespace handset

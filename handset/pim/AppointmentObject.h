@@ -1,7 +1,7 @@
 // An appointment of Pocket Outlook, to be read only.
 #pragma once
 
-#include "handset/pim/Appointment.h"
+#include "handset/store/Appointment.h"
 #include "platform/Appointment.h"
 
 namespace handset {

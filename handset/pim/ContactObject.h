@@ -2,9 +2,9 @@
 #pragma once
 
 #include "handset/com/ComObject.h"
-#include "handset/pim/Contact.h"
 #include "handset/pim/PictureStream.h"
 #include "handset/pim/Properties.h"
+#include "handset/store/Contact.h"
 #include "platform/Contact.h"
 #include "platform/Item.h"
 
@@ -65,7 +65,7 @@ class ContactObject final : public DispatchObject<ContactObject, ce::IContact> {
   ce::HRESULT put_##name(ce::BSTR text) override {                                                     \
     return Enter<Call::IContact_put_##name>(GetPhone(), [&] { return Put(ContactText::name, text); }); \
   }
-#include "handset/pim/ContactTexts.def"
+#include "handset/store/ContactTexts.def"
 
 #define CONTACT_DATE(name, member)                                                                       \
   ce::HRESULT get_##name(ce::DATE* date) override {                                                      \

@@ -11,12 +11,11 @@
 #include <span>
 
 #include "handset/net/UniqueFd.h"
+#include "handset/store/RadioProvider.h"
 
 namespace handset {
 
 struct Phone;
-
-enum class RadioProvider : std::uint8_t { kScripted, kBluez };
 
 // RFCOMM has 30 channels.
 inline constexpr std::uint32_t kFirstChannel = 1;

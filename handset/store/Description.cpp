@@ -158,7 +158,7 @@ FaultRule ParseFault(const JsonNode& node) {
     rule.times = always ? FaultRule::kAlways : static_cast<std::uint32_t>(times->Integer(1, FaultRule::kAlways - 1));
   }
   try {
-    Faults::Check(rule);
+    CallOf(rule);
   } catch (const FaultError& error) {
     node.Misfit("a fault the phone can have", error.what());
   }

@@ -11,14 +11,14 @@
 #include <string_view>
 #include <vector>
 
-#include "handset/Faults.h"
 #include "handset/Text.h"
-#include "handset/pim/Appointment.h"
-#include "handset/pim/Contact.h"
-#include "handset/radio/Radio.h"
+#include "handset/store/Appointment.h"
+#include "handset/store/BoxAnswer.h"
+#include "handset/store/ClockSetting.h"
+#include "handset/store/Contact.h"
+#include "handset/store/FaultRule.h"
 #include "handset/store/FileTime.h"
-#include "handset/system/Clock.h"
-#include "handset/system/MessageBoxes.h"
+#include "handset/store/RadioProvider.h"
 
 namespace handset {
 

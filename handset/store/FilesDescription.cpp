@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <set>
 
-#include "handset/Enter.h"
+#include "handset/Failure.h"
+#include "handset/store/FileNames.h"
 #include "handset/store/FileTimeText.h"
 #include "handset/store/JsonFields.h"
-#include "handset/system/FileNames.h"
 #include "platform/Files.h"
 
 namespace handset {

@@ -4,8 +4,8 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <vector>
 
-#include "handset/pim/Appointment.h"
-#include "handset/pim/Contact.h"
+#include "handset/store/Appointment.h"
+#include "handset/store/Contact.h"
 
 namespace handset {
 

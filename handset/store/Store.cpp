@@ -17,6 +17,7 @@ using SQLite::Database;
 
 // "phon" in the file's header, so that another program's database is told from a phone's.
 constexpr int kApplicationId = 0x70686F6E;
+constexpr int kUnfinishedId = 0x70617274;  // "part"
 constexpr int kVersion = 3;
 constexpr int kOldestVersion = 1;
 constexpr int kBusyMilliseconds = 5000;
@@ -43,13 +44,18 @@ std::string ReadOnlyUri(const std::filesystem::path& file) {
   return uri + (inUse ? "?mode=ro" : "?mode=ro&immutable=1");
 }
 
-void Check(const std::filesystem::path& file) {
+std::unique_ptr<Database> OpenChecked(const std::filesystem::path& file) {
   if (!std::filesystem::is_regular_file(file)) Refuse(file, "there is no phone here", "make one with init");
-  const Database database(ReadOnlyUri(file), SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyMilliseconds);
+  auto opened =
+      std::make_unique<Database>(ReadOnlyUri(file), SQLite::OPEN_READONLY | SQLite::OPEN_URI, kBusyMilliseconds);
+  const Database& database = *opened;
   const auto pragma = [&](const char* name) -> std::string {
     SQLite::Statement row(database, std::string("PRAGMA ") + name);
     return row.executeStep() ? row.getColumn(0).getString() : std::string();
   };
+  if (pragma("application_id") == std::to_string(kUnfinishedId)) {
+    Refuse(file, "a backup that was not finished", "finish it with brelix backup");
+  }
   if (pragma("application_id") != std::to_string(kApplicationId)) Refuse(file, "not a phone's database", kRestore);
   const int version = std::stoi(pragma("user_version"));
   if (version > kVersion) {
@@ -58,7 +64,8 @@ void Check(const std::filesystem::path& file) {
   }
   if (version < kOldestVersion) Refuse(file, fmt::format("unknown version {}", version), kRestore);
   if (const std::string result = pragma("quick_check(1)"); result != "ok") Refuse(file, "damaged: " + result, kRestore);
-  for (const FaultRule& rule : SelectFaults(database)) Faults::Check(rule);
+  for (const FaultRule& rule : SelectFaults(database)) CallOf(rule);
+  return opened;
 }
 
 // Runs work on the database and turns its errors into the store's.
@@ -75,14 +82,14 @@ auto OnDatabase(const std::filesystem::path& file, Work work) {
 
 }  // namespace
 
-void Store::Create(const std::filesystem::path& file, const Description& description) {
+void Store::Create(const std::filesystem::path& file, const Description& description, Made made) {
   OnDatabase(file, [&] {
     Database database(file.string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
     // Nobody sees the file before it is complete, and then the caller brings it to the disk as a whole.
     database.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF");
     SQLite::Transaction transaction(database);
     database.exec(kSchema);
-    database.exec(fmt::format("PRAGMA application_id = {}", kApplicationId));
+    database.exec(fmt::format("PRAGMA application_id = {}", made == Made::kFinished ? kApplicationId : kUnfinishedId));
     database.exec(fmt::format("PRAGMA user_version = {}", kVersion));
     InsertDescription(database, description);
     transaction.commit();
@@ -91,7 +98,7 @@ void Store::Create(const std::filesystem::path& file, const Description& descrip
 
 Store::Store(const std::filesystem::path& file) : m_file(file) {
   OnDatabase(file, [&] {
-    Check(file);
+    OpenChecked(file);
     m_database = std::make_unique<Database>(file.string(), SQLite::OPEN_READWRITE, kBusyMilliseconds);
     m_database->exec("PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
     Migrate();
@@ -203,6 +210,14 @@ std::string Store::GetKeyPath(std::int64_t key) const {
     row.bind(1, key);
     return row.executeStep() ? row.getColumn(0).getString() : std::string();
   });
+}
+
+std::unique_ptr<Database> OpenDatabaseForReading(const std::filesystem::path& file) {
+  return OnDatabase(file, [&] { return OpenChecked(file); });
+}
+
+void MarkDatabaseFinished(Database& database) {
+  database.exec(fmt::format("PRAGMA application_id = {}", kApplicationId));
 }
 
 }  // namespace handset

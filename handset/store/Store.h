@@ -26,8 +26,10 @@ namespace handset {
 // StoreErrors.
 class Store {
  public:
-  // Makes a new database. The caller brings the file to the disk and lets nobody see it before.
-  static void Create(const std::filesystem::path& file, const Description& description);
+  // Makes a new database. The caller brings the file to the disk and lets nobody see it before. No program takes an
+  // unfinished one for a phone's until MarkDatabaseFinished.
+  enum class Made : bool { kFinished, kUnfinished };
+  static void Create(const std::filesystem::path& file, const Description& description, Made made = Made::kFinished);
   // Refuses a file that is no phone, damaged, or of a newer program, without writing to it.
   explicit Store(const std::filesystem::path& file);
   ~Store();
@@ -93,5 +95,10 @@ class Store {
   mutable std::unique_ptr<SQLite::Statement> m_selectContact;
   std::atomic<std::uint64_t> m_itemGeneration{0};
 };
+
+// For programs that read or fill a phone's database by its rows. Refuses what Store refuses, and writes nothing. Throws
+// StoreError. A database of an older version lacks tables.
+std::unique_ptr<SQLite::Database> OpenDatabaseForReading(const std::filesystem::path& file);
+void MarkDatabaseFinished(SQLite::Database& database);
 
 }  // namespace handset

@@ -35,6 +35,16 @@ void InsertDevice(Database& database, const Description& d) {
          time, offset);
 }
 
+void InsertLines(Database& database, const std::vector<Line>& lines) {
+  for (const Line& line : lines) {
+    Insert(database,
+           "INSERT INTO line (name, manufacturer, model, revision, serial_number, subscriber_number, radio_off, "
+           "operation_unavailable) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+           line.name, line.manufacturer, line.model, line.revision, line.serialNumber, line.subscriberNumber,
+           line.radioOff, line.operationUnavailable);
+  }
+}
+
 std::int64_t InsertKey(Database& database, std::u16string_view path) {
   const auto names = SplitKeyPath(path);
   std::int64_t key = 0;
@@ -96,13 +106,7 @@ std::vector<RegistryKey> SelectRegistry(const Database& database) {
 
 void InsertDescription(Database& database, const Description& description) {
   InsertDevice(database, description);
-  for (const Line& line : description.lines) {
-    Insert(database,
-           "INSERT INTO line (name, manufacturer, model, revision, serial_number, subscriber_number, radio_off, "
-           "operation_unavailable) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
-           line.name, line.manufacturer, line.model, line.revision, line.serialNumber, line.subscriberNumber,
-           line.radioOff, line.operationUnavailable);
-  }
+  InsertLines(database, description.lines);
   InsertRegistry(database, description.registry);
   InsertItems(database, description.contacts, description.appointments);
   for (const BoxAnswer& box : description.messageBoxes) {
@@ -118,6 +122,18 @@ void InsertDescription(Database& database, const Description& description) {
   InsertSms(database, description.sms, description.outbox);
   InsertBluetooth(database, description.bluetooth);
   InsertFiles(database, description.files);
+}
+
+void ReplaceDevice(Database& database, const std::vector<Line>& lines, const Os& os, const Memory& memory,
+                   const Power& power) {
+  Insert(database,
+         "UPDATE device SET (os_query_fails, os_major, os_minor, os_build, os_platform, memory_load, memory_total, "
+         "memory_available, power_query_fails, power_ac_line, power_battery_flag, power_battery_percent) = "
+         "(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+         os.queryFails, os.major, os.minor, os.build, os.platform, memory.load, memory.totalPhysical,
+         memory.availablePhysical, power.queryFails, power.acLine, power.batteryFlag, power.batteryPercent);
+  database.exec("DELETE FROM line");
+  InsertLines(database, lines);
 }
 
 Description SelectDescription(const Database& database) {

@@ -10,6 +10,10 @@ namespace handset {
 void InsertDescription(SQLite::Database& database, const Description& description);
 Description SelectDescription(const SQLite::Database& database);
 
+// Puts these facts in place of those that are there; the clock stays.
+void ReplaceDevice(SQLite::Database& database, const std::vector<Line>& lines, const Os& os, const Memory& memory,
+                   const Power& power);
+
 std::vector<Line> SelectLines(const SQLite::Database& database);
 Os SelectOs(const SQLite::Database& database);
 Memory SelectMemory(const SQLite::Database& database);

@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <initializer_list>
 
-#include "handset/com/Automation.h"
+#include "handset/store/VariantDate.h"
 
 namespace handset {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "handset/system/Clock.h"
+#include "handset/store/ClockSetting.h"
 
 namespace handset {
 

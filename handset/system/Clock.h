@@ -3,16 +3,10 @@
 
 #include <chrono>
 #include <mutex>
-#include <optional>
+
+#include "handset/store/ClockSetting.h"
 
 namespace handset {
-
-using LocalTime = std::chrono::local_time<std::chrono::milliseconds>;
-
-struct ClockSetting {
-  std::optional<LocalTime> localTime;             // absent: the clock runs with the host's
-  std::optional<std::chrono::minutes> utcOffset;  // absent: the host's own
-};
 
 // May be used from any thread.
 class Clock {

@@ -11,7 +11,7 @@
 
 #include "handset/Enter.h"
 #include "handset/Text.h"
-#include "handset/system/FileNames.h"
+#include "handset/store/FileNames.h"
 
 namespace handset {
 

@@ -6,8 +6,8 @@
 
 #include "handset/Enter.h"
 #include "handset/Text.h"
+#include "handset/store/FileNames.h"
 #include "handset/system/FileHandle.h"
-#include "handset/system/FileNames.h"
 #include "handset/system/SystemTime.h"
 
 using handset::Call;

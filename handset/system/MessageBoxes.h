@@ -2,20 +2,12 @@
 #pragma once
 
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/User.h"
+#include "handset/store/BoxAnswer.h"
 
 namespace handset {
-
-// Answers a box whose caption equals and whose text contains what is given, if the box has that button.
-struct BoxAnswer {
-  std::optional<std::u16string> caption;
-  std::optional<std::u16string> contains;
-  ce::INT answer = ce::IDNO;
-};
 
 struct ShownBox {
   std::u16string caption;

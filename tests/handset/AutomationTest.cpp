@@ -5,6 +5,7 @@
 
 #include "handset/Phone.h"
 #include "handset/com/Automation.h"
+#include "handset/store/VariantDate.h"
 #include "handset/system/Heap.h"
 #include "platform/Automation.h"
 #include "platform/Heap.h"

@@ -13,8 +13,8 @@
 
 #include "handset/Text.h"
 #include "handset/net/UniqueFd.h"
+#include "handset/store/FileNames.h"
 #include "handset/store/JsonNode.h"
-#include "handset/system/FileNames.h"
 
 namespace brelix_phone {
 namespace {

@@ -15,7 +15,7 @@ namespace handset {
 enum class ContactText : std::uint8_t {
 #define CONTACT_TEXT(name) name,
 #define CONTACT_EXTENDED(name, id) name,
-#include "handset/pim/ContactTexts.def"
+#include "handset/store/ContactTexts.def"
 };
 
 struct ContactTextInfo {
@@ -25,7 +25,7 @@ struct ContactTextInfo {
 inline constexpr auto kContactTexts = std::to_array<ContactTextInfo>({
 #define CONTACT_TEXT(name) {#name, 0},
 #define CONTACT_EXTENDED(name, id) {#name, id},
-#include "handset/pim/ContactTexts.def"
+#include "handset/store/ContactTexts.def"
 });
 
 struct Contact {

@@ -1,8 +1,8 @@
-#include "handset/system/FileNames.h"
+#include "handset/store/FileNames.h"
 
 #include <algorithm>
 
-#include "handset/Enter.h"
+#include "handset/Failure.h"
 #include "platform/Files.h"
 
 namespace handset {

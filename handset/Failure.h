@@ -1,0 +1,13 @@
+// How the handset's own functions fail within a call of the platform.
+#pragma once
+
+#include "platform/Types.h"
+
+namespace handset {
+
+// Thrown inside a call to fail with this code.
+struct Failure {
+  ce::DWORD code;
+};
+
+}  // namespace handset
