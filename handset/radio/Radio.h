@@ -17,10 +17,6 @@ namespace handset {
 
 struct Phone;
 
-// RFCOMM has 30 channels.
-inline constexpr std::uint32_t kFirstChannel = 1;
-inline constexpr std::uint32_t kLastChannel = 30;
-
 // A channel that a socket holds; it is free again when this goes, together with the socket.
 class HeldChannel {
  public:

@@ -1,0 +1,21 @@
+#include "desktop/backup/Domains.h"
+
+#include <algorithm>
+#include <array>
+
+namespace brelix::backup {
+
+namespace {
+
+const std::array kDomains = {&kDeviceDomain};
+
+}  // namespace
+
+std::span<const Domain* const> Domains() { return kDomains; }
+
+const Domain* FindDomain(std::string_view name) {
+  const auto at = std::ranges::find(kDomains, name, &Domain::name);
+  return at == kDomains.end() ? nullptr : *at;
+}
+
+}  // namespace brelix::backup
