@@ -12,6 +12,7 @@ constexpr ExitRow kExits[] = {
     {Exit::kUsage, "usage", "the command line cannot be carried out as given"},
     {Exit::kLocalFile, "local file", "a file on this computer, or standard output, could not be read or written"},
     {Exit::kNoDevice, "no device", "there is no phone at the given device address"},
+    {Exit::kDiffers, "differs", "what was compared is not the same"},
     {Exit::kLinkLost, "link lost", "the connection ended or the phone did not answer in time"},
     {Exit::kRefused, "refused", "the phone's agent refused the request or does not serve it"},
     {Exit::kPhoneError, "phone error", "the phone tried and reported an error code"},

@@ -15,6 +15,7 @@ enum class Exit : int {
   kUsage = 2,
   kLocalFile = 3,
   kNoDevice = 4,
+  kDiffers = 5,
   kLinkLost = 6,
   kRefused = 7,
   kPhoneError = 8,

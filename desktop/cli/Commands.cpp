@@ -4,6 +4,7 @@
 #include "desktop/cli/CallCommands.h"
 #include "desktop/cli/ContactCommands.h"
 #include "desktop/cli/DeviceCommands.h"
+#include "desktop/cli/DiffCommand.h"
 #include "desktop/cli/FileCommands.h"
 #include "desktop/cli/MessageCommands.h"
 #include "desktop/cli/RawCommand.h"
@@ -26,6 +27,7 @@ constexpr Group kGroups[] = {
     {"sms", DeclareSms},
     {"files", DeclareFiles},
     {"registry", DeclareRegistry},
+    {"diff", DeclareDiff},
     {"raw", DeclareRaw},
 };
 // clang-format on

@@ -123,6 +123,7 @@ Exit Run(int argc, char** argv, int cancel) {
     ShowHelp(line);
     return Exit::kOk;
   }
+  line.options.cancel = cancel;
   if (line.chosen.without_phone) return line.chosen.without_phone(line.options);
   if (!line.chosen.on_phone) throw Failure(Exit::kUnexpected, "a command that leaves nothing to do");
   return RunOnPhone(line.chosen.on_phone, line.options, cancel);

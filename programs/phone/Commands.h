@@ -21,8 +21,13 @@ struct ServeOptions {
 // Serves desktops, one session after the other, until SIGINT or SIGTERM.
 int Serve(const std::filesystem::path& folder, const ServeOptions& options);
 
+struct RapiOptions {
+  bool checkLeaks = false;
+  bool noLog = false;  // the line that the agent writes at its end into a file of the phone is left out
+};
+
 // Serves one desktop over standard input and output, through the exported remote-API entry.
-int Rapi(const std::filesystem::path& folder, bool checkLeaks);
+int Rapi(const std::filesystem::path& folder, const RapiOptions& options);
 
 // Lists the text messages that the phone sent, for people or as one JSON object a line.
 int Outbox(const std::filesystem::path& folder, bool asJson);

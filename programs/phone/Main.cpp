@@ -30,7 +30,7 @@ int Run(int argc, char** argv) {
   std::filesystem::path folder;
   InitSources sources;
   ServeOptions serve;
-  bool checkLeaks = false;
+  RapiOptions rapiOptions;
   const char* const leaksHelp = "At the end, tell what the agent did not give back to the phone; exit 1 if anything";
 
   auto* init = app.add_subcommand("init", "Make a phone folder");
@@ -62,7 +62,9 @@ int Run(int argc, char** argv) {
 
   auto* rapi = app.add_subcommand("rapi", "Serve one session over standard input and output");
   rapi->add_option("DIR", folder, "The phone's folder")->required();
-  rapi->add_flag("--check-leaks", checkLeaks, leaksHelp);
+  rapi->add_flag("--check-leaks", rapiOptions.checkLeaks, leaksHelp);
+  rapi->add_flag("--no-log", rapiOptions.noLog,
+                 "Leave out the agent's line in \\brelrapi.txt, so that a phone which is only read stays as it is");
 
   try {
     app.parse(argc, argv);
@@ -70,7 +72,7 @@ int Run(int argc, char** argv) {
     if (*describe) return Describe(folder);
     if (*outbox) return Outbox(folder, asJson);
     if (*serveCommand) return Serve(folder, serve);
-    return Rapi(folder, checkLeaks);
+    return Rapi(folder, rapiOptions);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitOk : kExitUsage;
   }

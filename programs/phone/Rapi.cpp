@@ -3,6 +3,7 @@
 
 #include "agent/engine/ErrorRecord.h"
 #include "agent/host/RapiEntry.h"
+#include "handset/Faults.h"
 #include "handset/net/RapiStream.h"
 #include "programs/phone/Commands.h"
 #include "programs/phone/Session.h"
@@ -22,9 +23,10 @@ int TakeStandardOutput() {
 
 }  // namespace
 
-int Rapi(const std::filesystem::path& folder, bool checkLeaks) {
+int Rapi(const std::filesystem::path& folder, const RapiOptions& options) {
   const int out = TakeStandardOutput();
   OpenPhone phone(folder);
+  if (options.noLog) phone->GetFaults().Add(handset::Call::fopen, {}, 0, handset::FaultRule::kAlways);
   const auto entry = reinterpret_cast<decltype(&BrelXferRAPI)>(phone.GetLibrary().GetProcAddress("BrelXferRAPI"));
   if (entry == nullptr) {
     throw std::runtime_error(
@@ -36,7 +38,7 @@ int Rapi(const std::filesystem::path& folder, bool checkLeaks) {
   if (result != 0) {
     ShowErrBox(u"BrelXferRAPI");
   }
-  const bool clean = !checkLeaks || phone.CloseAndCheckLeaks();
+  const bool clean = !options.checkLeaks || phone.CloseAndCheckLeaks();
   return result == 0 && clean ? kExitOk : kExitFailed;
 }
 
