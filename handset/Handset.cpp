@@ -149,6 +149,11 @@ void Handset::UseRadio(RadioProvider provider) {
   m_phone->radio = MakeRadio(provider, *m_phone);
 }
 
+void Handset::UseRadio(std::unique_ptr<Radio> radio) {
+  const std::lock_guard lock(m_phone->radioMutex);
+  m_phone->radio = std::move(radio);
+}
+
 ce::SOCKET Handset::AdoptSocket(int descriptor) {
   try {
     return m_phone->handles.Add(std::make_shared<HostSocket>(UniqueFd(descriptor)), "adopted");

@@ -17,6 +17,7 @@ class Faults;
 class Ledger;
 class MessageBoxes;
 class Clock;
+class Radio;
 class Store;
 struct Phone;
 enum class RadioProvider : std::uint8_t;
@@ -60,6 +61,8 @@ class Handset {
   // Chooses the radio behind the Bluetooth calls, in place of the one that the description names, and makes it at once.
   // Throws RadioError when this program or this system has none such; the text says what is missing.
   void UseRadio(RadioProvider provider);
+  // The same with one that the caller made.
+  void UseRadio(std::unique_ptr<Radio> radio);
 
   // Gives the phone a socket of the host system (connected or listening); the phone owns it from now on.
   // Throws std::system_error for what is no descriptor.

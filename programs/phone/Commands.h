@@ -15,6 +15,7 @@ inline constexpr int kExitUsage = 2;
 struct ServeOptions {
   std::string listen;
   bool allowRemote = false;
+  bool insecure = false;
   bool checkLeaks = false;
 };
 

@@ -50,7 +50,7 @@ Listener::Listener(const std::string& address, bool allowRemote) {
   } else if (address.starts_with("unix:") && address.size() > 5) {
     ListenUnix(address.substr(5));
   } else {
-    throw std::invalid_argument(fmt::format("{}: expected tcp:HOST:PORT or unix:PATH", address));
+    throw std::invalid_argument(fmt::format("{}: expected tcp:HOST:PORT, unix:PATH or bluetooth", address));
   }
 }
 

@@ -1,4 +1,4 @@
-// Where brelix-phone listens: "tcp:HOST:PORT" or "unix:PATH".
+// Where brelix-phone listens on a socket of this system: "tcp:HOST:PORT" or "unix:PATH".
 #pragma once
 
 #include <filesystem>

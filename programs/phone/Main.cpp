@@ -54,10 +54,11 @@ int Run(int argc, char** argv) {
 
   auto* serveCommand = app.add_subcommand("serve", "Serve desktops, one session after the other, until interrupted");
   serveCommand->add_option("DIR", folder, "The phone's folder")->required();
-  serveCommand->add_option("--listen", serve.listen, "tcp:HOST:PORT (port 0: any free one) or unix:PATH")
+  serveCommand->add_option("--listen", serve.listen, "tcp:HOST:PORT (port 0: any free one), unix:PATH, or bluetooth")
       ->default_val("tcp:127.0.0.1:0");
   serveCommand->add_flag("--allow-remote", serve.allowRemote,
                          "Listen on an address that other machines reach; the protocol has no authentication");
+  serveCommand->add_flag("--insecure", serve.insecure, "Over Bluetooth, let desktops connect without pairing");
   serveCommand->add_flag("--check-leaks", serve.checkLeaks, leaksHelp);
 
   auto* rapi = app.add_subcommand("rapi", "Serve one session over standard input and output");

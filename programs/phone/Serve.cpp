@@ -4,6 +4,9 @@
 
 #include "agent/engine/AgentEngine.h"
 #include "agent/engine/ErrorRecord.h"
+#include "handset/radio/BluezRadio.h"
+#include "handset/radio/ScriptedRadio.h"
+#include "programs/host/BluetoothHostConnection.h"
 #include "programs/phone/Commands.h"
 #include "programs/phone/EndSignals.h"
 #include "programs/phone/ListenAddress.h"
@@ -12,6 +15,9 @@
 
 namespace brelix_phone {
 namespace {
+
+constexpr const char* kBluetooth = "bluetooth";
+constexpr const char* kScriptedBluetooth = "bluetooth:scripted";
 
 class CConsoleAgent final : public CBrelixAgent {
  public:
@@ -22,39 +28,80 @@ class CConsoleAgent final : public CBrelixAgent {
   }
 };
 
-// False when the engine did not start; its error box was shown.
-bool RunEngine(handset::Handset& phone, Listener& listener) {
-  auto connection = std::make_unique<CListeningConnection>(phone.AdoptSocket(listener.Release()));
-  if (!connection->Construct()) {
-    ShowErrBox(u"CConnectionManager::Construct()");
-    return false;
-  }
+// Serves over a connection that listens, until a signal. False when the engine did not start; its error box was shown.
+// address: how a desktop reaches it.
+bool RunEngine(std::unique_ptr<CConnectionManager> connection, const std::string& address, const EndSignals& signals) {
   CConsoleAgent agent;
   const auto engine = std::make_unique<CAgentEngine>(&agent, connection.release());
   if (!engine->Construct()) {
     ShowErrBox(u"CAgentEngine::Construct()");
     return false;
   }
-  const EndSignals signals;
   if (!engine->Start()) {
     ShowErrBox(u"CAgentEngine::Start()");
     return false;
   }
-  fmt::print("listening on {}\n", listener.GetAddress());
+  fmt::print("listening on {}\n", address);
   std::fflush(stdout);
-  fmt::print(stderr, "brelix-phone: connect with: brelix -d {} info   (Ctrl-C ends)\n", listener.GetAddress());
+  fmt::print(stderr, "brelix-phone: connect with: brelix -d {} info   (Ctrl-C ends)\n", address);
   signals.WaitForOne();
   engine->Stop();
   engine->WaitForExit();
   return true;
 }
 
+bool ServeSocket(OpenPhone& phone, const ServeOptions& options) {
+  Listener listener(options.listen, options.allowRemote);
+  auto connection = std::make_unique<CListeningConnection>(phone->AdoptSocket(listener.Release()));
+  if (!connection->Construct()) {
+    ShowErrBox(u"CConnectionManager::Construct()");
+    return false;
+  }
+  const EndSignals signals;
+  return RunEngine(std::move(connection), listener.GetAddress(), signals);
+}
+
+// The system's radio in the phone's; returns its address.
+std::string UseSystemRadio(OpenPhone& phone, bool insecure) {
+  handset::BluezOptions options;
+  options.insecure = insecure;
+  options.report = [](const std::string& line) { std::fprintf(stderr, "brelix-phone: %s\n", line.c_str()); };
+  handset::BluezPlace place = handset::OpenBluez(std::move(options));
+  fmt::print(stderr, "brelix-phone: desktops find this phone as \"{}\"\n", place.name);
+  phone->UseRadio(std::move(place.radio));
+  return "bluetooth:" + place.address;
+}
+
+bool ServeBluetooth(OpenPhone& phone, const std::filesystem::path& folder, const ServeOptions& options) {
+  // From the start: what the radio changes of the system is to be undone.
+  const EndSignals signals;
+  const bool scripted = options.listen == kScriptedBluetooth;
+  std::string address;
+  if (scripted) {
+    phone->UseRadio(handset::RadioProvider::kScripted);
+  } else {
+    address = UseSystemRadio(phone, options.insecure);
+  }
+  auto connection = std::make_unique<CBluetoothHostConnection>();
+  if (!connection->Construct()) {
+    ShowErrBox(u"CBluetoothConnection::Construct()");
+    return false;
+  }
+  const std::uint32_t channel = CBluetoothConnection::abSdpRecord[CBluetoothConnection::idxPortNum];
+  if (scripted) address = "unix:" + handset::ChannelSocket(folder, channel).string();
+  fmt::print(stderr, "brelix-phone: serial-port service \"Brelix SPP\" on channel {}\n", channel);
+  return RunEngine(std::move(connection), address, signals);
+}
+
 }  // namespace
 
 int Serve(const std::filesystem::path& folder, const ServeOptions& options) {
+  const bool bluetooth = options.listen == kBluetooth || options.listen == kScriptedBluetooth;
+  if (options.insecure && options.listen != kBluetooth) {
+    throw std::invalid_argument("--insecure is for --listen bluetooth");
+  }
   OpenPhone phone(folder);
-  Listener listener(options.listen, options.allowRemote);
-  const bool served = RunEngine(*phone, listener);
+  const bool served = bluetooth ? ServeBluetooth(phone, folder, options) : ServeSocket(phone, options);
   const bool clean = !options.checkLeaks || phone.CloseAndCheckLeaks();
   return served && clean ? kExitOk : kExitFailed;
 }
