@@ -115,7 +115,10 @@ class Counter {
     if (Ends(at)) return 1;
     const auto open = Opens(at, rank);
     if (!open || open->first_close == closes_[open->rule].size()) return 0;
-    return closes_[open->rule][open->first_close].readings_from_here;
+    const Close& first = closes_[open->rule][open->first_close];
+    const auto fits = rules_[open->rule].fits;
+    if (fits == nullptr) return first.readings_from_here;
+    return fits(body_.substr(open->text, first.at - open->text)) ? first.readings : 0;
   }
 
   std::string_view body_;

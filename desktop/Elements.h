@@ -15,8 +15,10 @@ namespace brelix {
 // An element that may be there. One with a higher rank may follow it, and where it repeats, one of its own rank.
 struct ElementRule {
   std::string_view name;
-  int rank;
+  int rank = 0;
   bool repeats = false;
+  // Of an element whose text has a form of its own and holds no tags: whether it is that. Null for any text.
+  bool (*fits)(std::string_view text) = nullptr;
 };
 
 struct ElementText {

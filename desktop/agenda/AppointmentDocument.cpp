@@ -9,47 +9,17 @@
 #include "desktop/Failure.h"
 #include "desktop/Text.h"
 #include "desktop/agenda/Appointment.h"
+#include "desktop/agenda/AppointmentElements.h"
 
 namespace brelix {
 namespace {
-
-// In the order in which the agent writes them, each at most once.
-constexpr auto kElements = [] {
-  constexpr std::array<std::string_view, 24> kNames = {"oid",
-                                                       "alldayevent",
-                                                       "subject",
-                                                       "location",
-                                                       "categories",
-                                                       "body",
-                                                       "starttime",
-                                                       "endtime",
-                                                       "isrecurring",
-                                                       "recurrence",
-                                                       "dayofmonth",
-                                                       "monthofyear",
-                                                       "dayofweekmask",
-                                                       "instance",
-                                                       "interval",
-                                                       "patternstartdate",
-                                                       "patternenddate",
-                                                       "occurrences",
-                                                       "busystatus",
-                                                       "sensitivity",
-                                                       "meetingstatus",
-                                                       "reminderset",
-                                                       "minutesbeforereminder",
-                                                       "remindersound"};
-  std::array<ElementRule, kNames.size()> rules{};
-  for (size_t i = 0; i < rules.size(); i++) rules[i] = {kNames[i], static_cast<int>(i)};
-  return rules;
-}();
 
 // The texts of the elements. A document in which something stands between the elements is read as far as it goes.
 class Fields {
  public:
   explicit Fields(std::string_view text) {
     try {
-      const Reading reading = ReadElements(InsideRoot(text, kRoot), kElements);
+      const Reading reading = ReadElements(InsideRoot(text, kRoot), kAppointmentElements);
       for (const ElementText& element : reading.elements) raw_.emplace(element.name, element.text);
       ambiguous_ = reading.ambiguous;
     } catch (const Failure&) {
@@ -79,7 +49,7 @@ class Fields {
  private:
   void ReadTolerantly(std::string_view text) {
     std::vector<std::string_view> names;
-    for (const ElementRule& rule : kElements) names.push_back(rule.name);
+    for (const ElementRule& rule : kAppointmentElements) names.push_back(rule.name);
     held_.emplace(text, kRoot, names);
     for (const std::string_view name : names)
       if (const auto raw = held_->Raw(name)) raw_.emplace(name, *raw);

@@ -7,7 +7,7 @@ namespace brelix::backup {
 
 namespace {
 
-const std::array kDomains = {&kDeviceDomain};
+const std::array kDomains = {&kDeviceDomain, &kContactsDomain, &kAgendaDomain, &kCallsDomain, &kMessagesDomain};
 
 }  // namespace
 

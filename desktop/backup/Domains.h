@@ -6,5 +6,9 @@
 namespace brelix::backup {
 
 extern const Domain kDeviceDomain;
+extern const Domain kContactsDomain;
+extern const Domain kAgendaDomain;
+extern const Domain kCallsDomain;
+extern const Domain kMessagesDomain;
 
 }  // namespace brelix::backup

@@ -1,0 +1,15 @@
+// Contacts of the wire as a phone's database keeps them.
+#pragma once
+
+#include <string_view>
+
+#include "desktop/backup/RawDocument.h"
+#include "handset/store/Contact.h"
+
+namespace brelix::backup {
+
+// What an agent answers of this contact is `document` again, but for the losses. Throws a protocol failure when there
+// is no contact in it, or no object id.
+handset::Contact ContactRow(std::string_view document, Losses& losses);
+
+}  // namespace brelix::backup
