@@ -29,7 +29,10 @@ constexpr std::array<std::string_view, 5> kNotCarried = {
 constexpr uint32_t kCountWraps = 65536;  // a phone tells the number of messages modulo this
 
 std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
-std::string ForPeople(const std::string& raw) { return Printable(CleanUtf8(raw)); }
+// The name, or which of those without one it is.
+std::string ForPeople(const std::string& raw, size_t number) {
+  return raw.empty() ? fmt::format("(no. {}, without a name)", number) : Printable(CleanUtf8(raw));
+}
 
 class MessagesTaker {
  public:
@@ -45,9 +48,10 @@ class MessagesTaker {
     Losses losses;
     const Bytes document = store_.AccountsDocument();
     std::set<std::string> seen;
+    size_t number = 0;
     for (const WireName& account : NameRows(AsText(document), "accounts", losses)) {
       const int64_t id = handset::InsertAccount(database_, account.name);
-      const std::string path = ForPeople(account.raw);
+      const std::string path = ForPeople(account.raw, ++number);
       if (CanBeSelected(path, account.raw, seen))
         losses_.Try(path, [&] { TakeAccount(id, path, JoinSurrogates(account.raw)); });
     }
@@ -71,11 +75,12 @@ class MessagesTaker {
     Losses losses;
     const Bytes document = store_.FoldersDocument(name);
     std::set<std::string> seen;
+    size_t number = 0;
     for (const WireName& folder : NameRows(AsText(document), "folders", losses)) {
       MailFolder row;
       row.name = folder.name;
       const int64_t id = handset::InsertFolder(database_, account, 0, row);
-      const std::string inner = fmt::format("{}/{}", path, ForPeople(folder.raw));
+      const std::string inner = fmt::format("{}/{}", path, ForPeople(folder.raw, ++number));
       if (CanBeSelected(inner, folder.raw, seen))
         losses_.Try(inner, [&] { TakeFolder(id, inner, name, JoinSurrogates(folder.raw)); });
     }
@@ -216,7 +221,8 @@ void ForEachMessage(const SQLite::Database& database, const KeyedFolder& folder,
 }
 
 void ForEach(const PhoneFolder& folder, const RecordSink& sink) {
-  for (const KeyedFolder& keyed : FolderKeys(folder.database()).keys()) {
+  const FolderKeys folders(folder.database());
+  for (const KeyedFolder& keyed : folders.keys()) {
     sink({keyed.key, PrintHead(folder.database(), keyed)});
     if (!keyed.is_account) ForEachMessage(folder.database(), keyed, sink);
   }
