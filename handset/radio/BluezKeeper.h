@@ -4,15 +4,27 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
 
 #include "handset/radio/AdapterModes.h"
 #include "handset/radio/BluezBus.h"
-#include "handset/radio/BluezRadio.h"
 
 namespace handset {
+
+struct BluezOptions {
+  // Lets remotes connect that are not paired.
+  bool insecure = false;
+  // What a person should know, one line each, without an end of line; called on any thread.
+  std::function<void(const std::string&)> report;
+  // After BlueZ or an adapter came or went, so long is waited for more of it before anything is done. What then fails
+  // is tried again: after the first time, then after twice as long each, up to the longest.
+  std::chrono::milliseconds settle{300};
+  std::chrono::milliseconds firstRetry{1000};
+  std::chrono::milliseconds longestRetry{60000};
+};
 
 // May be used from any thread. All but Report and GetAddresses throw BluezError.
 class BluezKeeper {

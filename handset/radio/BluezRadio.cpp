@@ -7,7 +7,6 @@
 #include "handset/Enter.h"
 #include "handset/Errors.h"
 #include "handset/net/HostSocket.h"
-#include "handset/radio/BluezKeeper.h"
 #include "handset/radio/SdpRecord.h"
 #include "platform/Bluetooth.h"
 
@@ -37,83 +36,6 @@ BluetoothAddress ToAddress(std::uint64_t adapter) {
   return address;
 }
 
-class BluezRadio final : public Radio {
- public:
-  explicit BluezRadio(BluezOptions options)
-      : m_security(options.insecure ? LinkSecurity::kLow : LinkSecurity::kMedium), m_keeper(std::move(options)) {}
-
-  BluezAdapter GetAdapter() { return m_keeper.GetAdapter(); }
-
-  std::uint32_t GetMode() override {
-    try {
-      return ModeOf(m_keeper.GetAdapter());
-    } catch (const BluezError&) {
-      throw Failure{kServiceNotActive};
-    }
-  }
-
-  void SetMode(std::uint32_t mode) override {
-    if (!IsKnownMode(mode)) throw Failure{kInvalidParameter};
-    try {
-      m_keeper.SetMode(mode);
-    } catch (const BluezError& error) {
-      m_keeper.Report(fmt::format("the adapter cannot be made {}: {}", NameOfMode(mode), error.what()));
-      throw Failure{kServiceNotActive};
-    }
-  }
-
-  UniqueFd MakeSocket() override {
-    try {
-      UniqueFd made = NewRfcommSocket();
-      SetLinkSecurity(made.Get(), m_security);
-      return made;
-    } catch (const std::system_error& error) {
-      throw Failure{WinsockCode(error.code().value())};
-    }
-  }
-
-  std::unique_ptr<HeldChannel> Bind(int socket, std::uint64_t adapter, std::uint32_t channel) override {
-    const std::vector<BluetoothAddress> adapters = m_keeper.GetAddresses();
-    // Somebody else may bind the channel that was free a moment ago.
-    for (int attempt = 1;; ++attempt) {
-      try {
-        const std::uint32_t free = channel != 0 ? channel : FindFreeChannel(adapters);
-        if (free == 0) throw Failure{static_cast<ce::DWORD>(ce::WSAEADDRINUSE)};
-        BindRfcomm(socket, ToAddress(adapter), free);
-        return std::make_unique<HeldChannel>(free);
-      } catch (const std::system_error& error) {
-        const bool mayTryAgain = channel == 0 && error.code() == std::errc::address_in_use && attempt < kBindAttempts;
-        if (!mayTryAgain) throw Failure{WinsockCode(error.code().value())};
-      }
-    }
-  }
-
-  std::uint32_t Publish(std::span<const std::uint8_t> record) override {
-    try {
-      return m_keeper.Publish(ToBluezXml(ParseSdpRecord(record)));
-    } catch (const SdpError& error) {
-      m_keeper.Report(error.what());
-      throw Failure{static_cast<ce::DWORD>(ce::WSAEINVAL)};
-    } catch (const BluezError& error) {
-      m_keeper.Report(error.what());
-      throw Failure{CodeOf(error)};
-    }
-  }
-
-  void Withdraw(std::uint32_t handle) override {
-    try {
-      if (!m_keeper.Withdraw(handle)) throw Failure{static_cast<ce::DWORD>(ce::WSASERVICE_NOT_FOUND)};
-    } catch (const BluezError& error) {
-      m_keeper.Report(error.what());
-      throw Failure{CodeOf(error)};
-    }
-  }
-
- private:
-  const LinkSecurity m_security;
-  BluezKeeper m_keeper;
-};
-
 // Throws RadioError when the kernel gives no RFCOMM sockets.
 void NeedRfcomm() {
   try {
@@ -133,6 +55,76 @@ void NeedRfcomm() {
 }
 
 }  // namespace
+
+BluezRadio::BluezRadio(BluezOptions options)
+    : m_security(options.insecure ? LinkSecurity::kLow : LinkSecurity::kMedium), m_keeper(std::move(options)) {}
+
+BluezRadio::~BluezRadio() = default;
+
+std::uint32_t BluezRadio::GetMode() {
+  try {
+    return ModeOf(m_keeper.GetAdapter());
+  } catch (const BluezError&) {
+    throw Failure{kServiceNotActive};
+  }
+}
+
+void BluezRadio::SetMode(std::uint32_t mode) {
+  if (!IsKnownMode(mode)) throw Failure{kInvalidParameter};
+  try {
+    m_keeper.SetMode(mode);
+  } catch (const BluezError& error) {
+    m_keeper.Report(fmt::format("the adapter cannot be made {}: {}", NameOfMode(mode), error.what()));
+    throw Failure{kServiceNotActive};
+  }
+}
+
+UniqueFd BluezRadio::MakeSocket() {
+  try {
+    UniqueFd made = NewRfcommSocket();
+    SetLinkSecurity(made.Get(), m_security);
+    return made;
+  } catch (const std::system_error& error) {
+    throw Failure{WinsockCode(error.code().value())};
+  }
+}
+
+std::unique_ptr<HeldChannel> BluezRadio::Bind(int socket, std::uint64_t adapter, std::uint32_t channel) {
+  const std::vector<BluetoothAddress> adapters = m_keeper.GetAddresses();
+  // Somebody else may bind the channel that was free a moment ago.
+  for (int attempt = 1;; ++attempt) {
+    try {
+      const std::uint32_t free = channel != 0 ? channel : FindFreeChannel(adapters);
+      if (free == 0) throw Failure{static_cast<ce::DWORD>(ce::WSAEADDRINUSE)};
+      BindRfcomm(socket, ToAddress(adapter), free);
+      return std::make_unique<HeldChannel>(free);
+    } catch (const std::system_error& error) {
+      const bool mayTryAgain = channel == 0 && error.code() == std::errc::address_in_use && attempt < kBindAttempts;
+      if (!mayTryAgain) throw Failure{WinsockCode(error.code().value())};
+    }
+  }
+}
+
+std::uint32_t BluezRadio::Publish(std::span<const std::uint8_t> record) {
+  try {
+    return m_keeper.Publish(ToBluezXml(ParseSdpRecord(record)));
+  } catch (const SdpError& error) {
+    m_keeper.Report(error.what());
+    throw Failure{static_cast<ce::DWORD>(ce::WSAEINVAL)};
+  } catch (const BluezError& error) {
+    m_keeper.Report(error.what());
+    throw Failure{CodeOf(error)};
+  }
+}
+
+void BluezRadio::Withdraw(std::uint32_t handle) {
+  try {
+    if (!m_keeper.Withdraw(handle)) throw Failure{static_cast<ce::DWORD>(ce::WSASERVICE_NOT_FOUND)};
+  } catch (const BluezError& error) {
+    m_keeper.Report(error.what());
+    throw Failure{CodeOf(error)};
+  }
+}
 
 BluezPlace OpenBluez(BluezOptions options) {
   try {

@@ -1,25 +1,28 @@
 // The radio of this system: RFCOMM sockets of the kernel, service records and modes of BlueZ.
 #pragma once
 
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <string>
-
-#include "handset/radio/Radio.h"
+#include "handset/radio/BluezKeeper.h"
 
 namespace handset {
 
-struct BluezOptions {
-  // Lets remotes connect that are not paired.
-  bool insecure = false;
-  // What a person should know, one line each, without an end of line; called on any thread.
-  std::function<void(const std::string&)> report;
-  // After BlueZ or an adapter came or went, so long is waited for more of it before anything is done. What then fails
-  // is tried again: after the first time, then after twice as long each, up to the longest.
-  std::chrono::milliseconds settle{300};
-  std::chrono::milliseconds firstRetry{1000};
-  std::chrono::milliseconds longestRetry{60000};
+class BluezRadio final : public Radio {
+ public:
+  // Throws BluezError when BlueZ does not run or has no adapter.
+  explicit BluezRadio(BluezOptions options);
+  ~BluezRadio() override;
+
+  BluezAdapter GetAdapter() { return m_keeper.GetAdapter(); }
+
+  std::uint32_t GetMode() override;
+  void SetMode(std::uint32_t mode) override;
+  UniqueFd MakeSocket() override;
+  std::unique_ptr<HeldChannel> Bind(int socket, std::uint64_t adapter, std::uint32_t channel) override;
+  std::uint32_t Publish(std::span<const std::uint8_t> record) override;
+  void Withdraw(std::uint32_t handle) override;
+
+ private:
+  const LinkSecurity m_security;
+  BluezKeeper m_keeper;
 };
 
 struct BluezPlace {
