@@ -29,8 +29,9 @@ class CConsoleAgent final : public CBrelixAgent {
 };
 
 // Serves over a connection that listens, until a signal. False when the engine did not start; its error box was shown.
-// address: how a desktop reaches it.
-bool RunEngine(std::unique_ptr<CConnectionManager> connection, const std::string& address, const EndSignals& signals) {
+// hint: how a desktop reaches it.
+bool RunEngine(std::unique_ptr<CConnectionManager> connection, const std::string& address, const std::string& hint,
+               const EndSignals& signals) {
   CConsoleAgent agent;
   const auto engine = std::make_unique<CAgentEngine>(&agent, connection.release());
   if (!engine->Construct()) {
@@ -43,7 +44,7 @@ bool RunEngine(std::unique_ptr<CConnectionManager> connection, const std::string
   }
   fmt::print("listening on {}\n", address);
   std::fflush(stdout);
-  fmt::print(stderr, "brelix-phone: connect with: brelix -d {} info   (Ctrl-C ends)\n", address);
+  fmt::print(stderr, "brelix-phone: connect with: brelix -d {} info   (Ctrl-C ends)\n", hint);
   signals.WaitForOne();
   engine->Stop();
   engine->WaitForExit();
@@ -58,7 +59,7 @@ bool ServeSocket(OpenPhone& phone, const ServeOptions& options) {
     return false;
   }
   const EndSignals signals;
-  return RunEngine(std::move(connection), listener.GetAddress(), signals);
+  return RunEngine(std::move(connection), listener.GetAddress(), listener.GetAddress(), signals);
 }
 
 // The system's radio in the phone's; returns its address.
@@ -75,12 +76,11 @@ std::string UseSystemRadio(OpenPhone& phone, bool insecure) {
 bool ServeBluetooth(OpenPhone& phone, const std::filesystem::path& folder, const ServeOptions& options) {
   // From the start: what the radio changes of the system is to be undone.
   const EndSignals signals;
-  const bool scripted = options.listen == kScriptedBluetooth;
-  std::string address;
-  if (scripted) {
-    phone->UseRadio(handset::RadioProvider::kScripted);
+  std::string radio;
+  if (options.listen == kBluetooth) {
+    radio = UseSystemRadio(phone, options.insecure);
   } else {
-    address = UseSystemRadio(phone, options.insecure);
+    phone->UseRadio(handset::RadioProvider::kScripted);
   }
   auto connection = std::make_unique<CBluetoothHostConnection>();
   if (!connection->Construct()) {
@@ -88,9 +88,13 @@ bool ServeBluetooth(OpenPhone& phone, const std::filesystem::path& folder, const
     return false;
   }
   const std::uint32_t channel = CBluetoothConnection::abSdpRecord[CBluetoothConnection::idxPortNum];
-  if (scripted) address = "unix:" + handset::ChannelSocket(folder, channel).string();
   fmt::print(stderr, "brelix-phone: serial-port service \"Brelix SPP\" on channel {}\n", channel);
-  return RunEngine(std::move(connection), address, signals);
+  if (radio.empty()) {
+    const std::string address = "unix:" + handset::ChannelSocket(folder, channel).string();
+    return RunEngine(std::move(connection), address, address, signals);
+  }
+  // Desktops look the channel up.
+  return RunEngine(std::move(connection), fmt::format("{}/{}", radio, channel), radio, signals);
 }
 
 }  // namespace
