@@ -6,7 +6,8 @@
 #include "desktop/Base64.h"
 #include "desktop/Failure.h"
 #include "desktop/backup/RowValues.h"
-#include "desktop/contacts/Contact.h"
+#include "handset/Text.h"
+#include "handset/store/TimeText.h"
 
 namespace brelix::backup {
 namespace {
@@ -60,6 +61,28 @@ handset::Contact ContactRow(std::string_view text, Losses& losses) {
     if (const auto which = TextNamed(element.name)) row[*which] = NeededText(element.text, element.name, losses);
   if (const auto picture = document.Raw("Picture")) row.picture = PictureOf(*picture, losses);
   return row;
+}
+
+Contact ContactOfRow(const handset::Contact& row, std::vector<std::string>& unreadable) {
+  Contact contact;
+  contact.oid = row.oid;
+  const auto date = [](const std::optional<double>& value) {
+    const auto text = value ? handset::PrintDate(*value) : std::nullopt;
+    return text ? NormalDate(*text).value_or("") : "";
+  };
+  contact[ContactField::kBirthday] = date(row.birthday);
+  contact[ContactField::kAnniversary] = date(row.anniversary);
+  for (size_t i = 0; i < row.texts.size(); i++) {
+    const auto& text = row.texts[i];
+    if (!text || text->empty()) continue;
+    const std::string name(handset::kContactTexts[i].name);
+    if ((text->front() & 0xFF) == 0)
+      unreadable.push_back(name);
+    else
+      contact[*ContactFieldNamed(name)] = handset::ToWtf8(*text);
+  }
+  contact.picture = row.picture;
+  return contact;
 }
 
 }  // namespace brelix::backup

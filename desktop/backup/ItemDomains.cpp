@@ -9,7 +9,7 @@ namespace brelix::backup {
 
 void LossTeller::Tell(const std::string& what, std::string why) const {
   if (why.starts_with(prefix_)) why.erase(0, prefix_.size());
-  watch_.Lost({what, std::move(why)});
+  watch_.Lost({what, fmt::format("{}: {}", what, why)});
 }
 
 void LossTeller::Tell(const std::string& what, const Losses& losses) const {

@@ -19,7 +19,7 @@ class Listener final : public Watch {
   explicit Listener(std::vector<std::string>& losses) : m_losses(losses) {}
   void Expect(std::optional<uint64_t>) override {}
   void Advance(uint64_t) override {}
-  void Lost(brelix::Problem problem) override { m_losses.push_back(problem.path + ": " + problem.why); }
+  void Lost(brelix::Problem problem) override { m_losses.push_back(problem.why); }
   void Notice(const std::string&) override {}
 
  private:

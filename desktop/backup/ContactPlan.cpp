@@ -1,0 +1,82 @@
+#include "desktop/backup/ContactPlan.h"
+
+#include <functional>
+#include <map>
+
+#include "desktop/Digest.h"
+
+namespace brelix::backup {
+namespace {
+
+ByteView AsBytes(std::string_view text) { return {reinterpret_cast<const uint8_t*>(text.data()), text.size()}; }
+
+std::string DigestOfText(std::string_view text) { return DigestOf(AsBytes(text)); }
+
+// The places of those that are not matched yet, by what tells them apart.
+using Places = std::multimap<std::string, size_t>;
+
+Places Left(std::span<const ContactMark> marks, const std::vector<bool>& taken,
+            const std::function<std::string(const ContactMark&)>& key) {
+  Places places;
+  for (size_t i = 0; i < marks.size(); i++)
+    if (const std::string text = key(marks[i]); !taken[i] && !text.empty()) places.emplace(text, i);
+  return places;
+}
+
+class Matching {
+ public:
+  Matching(std::span<const ContactMark> backup, std::span<const ContactMark> phone)
+      : backup_(backup), phone_(phone), planned_(backup.size()), done_(backup.size()), taken_(phone.size()) {}
+
+  // Matches each with the first that is left of its key; or only those whose key is one of a kind on both sides.
+  void By(const std::function<std::string(const ContactMark&)>& key, Deed deed, bool only_single) {
+    const Places ours = Left(backup_, done_, key);
+    Places theirs = Left(phone_, taken_, key);
+    for (const auto& [text, mine] : ours) {
+      if (only_single && (ours.count(text) > 1 || theirs.count(text) > 1)) continue;
+      const auto found = theirs.lower_bound(text);
+      if (found == theirs.end() || found->first != text) continue;
+      planned_[mine] = {deed, phone_[found->second]};
+      done_[mine] = taken_[found->second] = true;
+      theirs.erase(found);
+    }
+  }
+
+  std::vector<PlannedContact> Take() { return std::move(planned_); }
+
+ private:
+  std::span<const ContactMark> backup_, phone_;
+  std::vector<PlannedContact> planned_;
+  std::vector<bool> done_, taken_;
+};
+
+}  // namespace
+
+ContactMark MarkOf(const Contact& contact, uint32_t position) {
+  Digest content;
+  for (const std::string& field : contact.fields) {
+    content.Add(AsBytes(field));
+    content.Add(AsBytes(std::string_view("\0", 1)));
+  }
+  content.Add(contact.picture);
+  const std::string name = PersonName(contact);
+  return {contact.oid, position, content.Text(), name.empty() ? "" : DigestOfText(name)};
+}
+
+std::vector<PlannedContact> PlanContacts(std::span<const ContactMark> backup, std::span<const ContactMark> phone) {
+  Matching matching(backup, phone);
+  const auto content = [](const ContactMark& mark) { return mark.content; };
+  const auto same_id = [](const ContactMark& mark) {
+    return mark.name.empty() ? std::string() : std::to_string(mark.oid) + " " + mark.name;
+  };
+  const auto name = [](const ContactMark& mark) { return mark.name; };
+  // Those that stayed where they are first: they keep others alike from taking their place.
+  matching.By([&](const ContactMark& mark) { return std::to_string(mark.oid) + " " + mark.content; }, Deed::kNothing,
+              false);
+  matching.By(content, Deed::kNothing, false);
+  matching.By(same_id, Deed::kChange, false);
+  matching.By(name, Deed::kChange, true);
+  return matching.Take();
+}
+
+}  // namespace brelix::backup

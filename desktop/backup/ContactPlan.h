@@ -1,0 +1,37 @@
+// Which contact of a backup is which contact of a phone, and what is to be done so that the phone has all of them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "desktop/contacts/Contact.h"
+
+namespace brelix::backup {
+
+// What is remembered of one contact, so that ten thousand with pictures need not be in memory.
+struct ContactMark {
+  uint32_t oid = 0;
+  uint32_t position = 0;  // on the phone
+  std::string content;    // a digest of all fields and the picture
+  std::string name;       // a digest of who it is; empty for a contact that does not say
+};
+
+ContactMark MarkOf(const Contact& contact, uint32_t position);
+
+enum class Deed { kNothing, kChange, kMake };
+
+struct PlannedContact {
+  Deed deed = Deed::kMake;
+  ContactMark on_phone{};  // unless it is to be made
+};
+
+// One for each contact of the backup. The phone's contact is taken for the same one when
+//   1. it has the same content; each counts once, so that two alike in the backup are two alike on the phone;
+//   2. or else, it has the same object id and the same name;
+//   3. or else, it is the only one left of its name, in the backup and on the phone.
+// A contact of the phone that has an object id of the backup but another name is somebody else and stays as it is.
+std::vector<PlannedContact> PlanContacts(std::span<const ContactMark> backup, std::span<const ContactMark> phone);
+
+}  // namespace brelix::backup
