@@ -12,11 +12,6 @@ namespace {
 
 constexpr size_t kReadSize = 65536;
 
-int MillisecondsUntil(Deadline deadline) {
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
-  return static_cast<int>(std::clamp<int64_t>(left, 0, 1 << 30));
-}
-
 }  // namespace
 
 void Link::Fail(Exit code, const std::string& what) const {
@@ -26,17 +21,9 @@ void Link::Fail(Exit code, const std::string& what) const {
 void Link::Lost(const std::string& how) { Fail(Exit::kLinkLost, fmt::format("the connection was lost: {}", how)); }
 
 bool Link::Wait(int fd, short events, Deadline deadline) {
-  for (;;) {
-    pollfd polled[] = {{fd, events, 0}, {cancel_, POLLIN, 0}};
-    const int ready = poll(polled, 2, MillisecondsUntil(deadline));
-    if (ready < 0 && errno != EINTR) Fail(Exit::kUnexpected, fmt::format("poll: {}", std::strerror(errno)));
-    if (ready > 0 && polled[1].revents != 0) {
-      char taken;
-      if (read(cancel_, &taken, 1) == 1) throw Failure(Exit::kInterrupted, "interrupted");
-    }
-    if (ready > 0 && polled[0].revents != 0) return true;
-    if (Clock::now() >= deadline) return false;
-  }
+  const short found = WaitFor(fd, events, deadline, cancel_);
+  hung_up_ = (found & POLLHUP) != 0;
+  return found != 0;
 }
 
 bool Link::Read(Bytes& into, Deadline deadline) {
@@ -52,6 +39,7 @@ bool Link::Read(Bytes& into, Deadline deadline) {
     }
     if (count == 0) Lost("the phone closed it");
     if (error != EAGAIN && error != EINTR) Lost(std::strerror(error));
+    if (hung_up_) Lost("the phone closed it");
   }
   return false;
 }
@@ -63,15 +51,22 @@ void Link::Write(ByteView bytes, Deadline deadline) {
     const ssize_t count = write(write_fd_, bytes.data(), bytes.size());
     if (count > 0) bytes = bytes.subspan(count);
     if (count < 0 && errno != EAGAIN && errno != EINTR) Lost(std::strerror(errno));
+    if (count < 0 && hung_up_) Lost("the phone closed it");
   }
 }
 
-std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel) {
+std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel,
+                              const BluetoothOptions& bluetooth) {
+  if (address.starts_with("bluetooth:")) return ConnectBluetooth(address, deadline, cancel, bluetooth);
+  if (!bluetooth.adapter.empty() || bluetooth.insecure)
+    throw Failure(Exit::kUsage,
+                  fmt::format("device address \"{}\": --adapter and --insecure are for bluetooth: addresses", address));
   if (address.starts_with("tcp:")) return ConnectTcp(address, deadline, cancel);
   if (address.starts_with("unix:")) return ConnectUnix(address, deadline, cancel);
   if (address.starts_with("exec:")) return ConnectExec(address, cancel);
-  throw Failure(Exit::kUsage,
-                fmt::format("device address \"{}\": expected tcp:HOST:PORT, unix:PATH or exec:COMMAND", address));
+  throw Failure(Exit::kUsage, fmt::format("device address \"{}\": expected bluetooth:ADDRESS, tcp:HOST:PORT, unix:PATH "
+                                          "or exec:COMMAND",
+                                          address));
 }
 
 }  // namespace brelix

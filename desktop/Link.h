@@ -1,21 +1,14 @@
 // The byte stream to a phone. Nothing waits without a deadline, and a wait ends early when the user interrupts.
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
 
 #include "desktop/Failure.h"
 #include "desktop/FrameCodec.h"
+#include "desktop/Waiting.h"
 
 namespace brelix {
-
-using Clock = std::chrono::steady_clock;
-using Deadline = Clock::time_point;
-
-// A descriptor that yields one byte per interrupt, or -1. Whoever sees the byte takes it and fails with kInterrupted,
-// so a first interrupt stops the work and a second one stops the tidying up.
-using CancelFd = int;
 
 class Link {
  public:
@@ -43,18 +36,28 @@ class Link {
 
   int read_fd_ = -1;
   int write_fd_ = -1;
-  bool heard_ = false;  // anything was ever received
+  bool heard_ = false;    // anything was ever received
+  bool hung_up_ = false;  // poll() said so; a socket of RFCOMM tells of its end once by an error and never again
 
  private:
   std::string address_;
   CancelFd cancel_;
 };
 
+// For Bluetooth alone.
+struct BluetoothOptions {
+  std::string adapter;    // of this computer: "hci1" or its address; empty for any
+  bool insecure = false;  // without asking for a pairing
+};
+
 // Addresses: tcp:HOST:PORT (an IPv6 address in brackets), unix:PATH, exec:COMMAND (run by the shell, its standard input
-// and output are the stream).
-std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel);
+// and output are the stream), bluetooth:ADDRESS[/CHANNEL].
+std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel,
+                              const BluetoothOptions& bluetooth = {});
 std::unique_ptr<Link> ConnectTcp(const std::string& address, Deadline deadline, CancelFd cancel);
 std::unique_ptr<Link> ConnectUnix(const std::string& address, Deadline deadline, CancelFd cancel);
 std::unique_ptr<Link> ConnectExec(const std::string& address, CancelFd cancel);
+std::unique_ptr<Link> ConnectBluetooth(const std::string& address, Deadline deadline, CancelFd cancel,
+                                       const BluetoothOptions& options);
 
 }  // namespace brelix

@@ -4,6 +4,7 @@
 #include "desktop/cli/CallCommands.h"
 #include "desktop/cli/ContactCommands.h"
 #include "desktop/cli/DeviceCommands.h"
+#include "desktop/cli/DevicesCommand.h"
 #include "desktop/cli/DiffCommand.h"
 #include "desktop/cli/FileCommands.h"
 #include "desktop/cli/MessageCommands.h"
@@ -17,6 +18,7 @@ namespace {
 // One row a line.
 // clang-format off
 constexpr Group kGroups[] = {
+    {"devices", DeclareDevices},
     {"info", DeclareInfo},
     {"status", DeclareStatus},
     {"clock", DeclareClock},

@@ -32,6 +32,7 @@ struct Options {
   bool read_only = false;
   double timeout_seconds = 10;
   std::string trace_path;
+  BluetoothOptions bluetooth;
   CancelFd cancel = -1;  // for commands that look for their phones themselves
 };
 

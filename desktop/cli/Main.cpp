@@ -14,11 +14,15 @@ namespace {
 
 constexpr const char* kFooter =
     R"(Device addresses:
+  bluetooth:ADDRESS[/CHANNEL]
+                  a phone by its Bluetooth address; its channel is looked up
   tcp:HOST:PORT   an agent that listens on a network port; IPv6 as tcp:[::1]:PORT
   unix:PATH       an agent that listens on a local socket
   exec:COMMAND    an agent that talks on its standard input and output
 
 Examples:
+  brelix devices
+  brelix -d bluetooth:AA:BB:CC:DD:EE:FF info
   brelix -d tcp:192.0.2.7:2001 info
   brelix -d unix:/run/phone.sock status --json
   BRELIX_DEVICE='exec:serve-phone ~/phone' brelix clock
@@ -50,6 +54,9 @@ struct CommandLine {
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
     app.add_option("--trace", options.trace_path, "Write every frame, both ways, to this file");
+    app.add_option("--adapter", options.bluetooth.adapter,
+                   "Which Bluetooth adapter of this computer, hci1 for example");
+    app.add_flag("--insecure", options.bluetooth.insecure, "Do not ask for a pairing over Bluetooth");
     app.add_flag("--read-only", options.read_only, "Send nothing that changes the phone")->envname("BRELIX_READ_ONLY");
     for (const Group& group : Groups()) group.declare(app, chosen);
     app.footer(kFooter);  // after the commands, which would inherit it
@@ -84,7 +91,7 @@ void ShowHelp(CommandLine& line) {
   WriteToStdout(command->help(path));
 }
 
-Exit RunOnPhone(const std::function<Exit(Context&)>& action, const Options& options, int cancel) {
+Exit RunOnPhone(const std::function<Exit(Context&)>& action, const Options& options) {
   if (options.device.empty())
     throw Failure(Exit::kUsage, "which phone? Give -d ADDRESS or set BRELIX_DEVICE; see brelix --help");
   std::optional<Trace> trace;
@@ -95,7 +102,7 @@ Exit RunOnPhone(const std::function<Exit(Context&)>& action, const Options& opti
   Exit outcome;
   {
     Session session(
-        Connect(options.device, Clock::now() + timeout, cancel),
+        Connect(options.device, Clock::now() + timeout, options.cancel, options.bluetooth),
         {.timeout = timeout, .trace = trace ? &*trace : nullptr, .read_only = options.read_only, .warn = Complain});
     Context context{options, session};
     outcome = action(context);
@@ -126,7 +133,7 @@ Exit Run(int argc, char** argv, int cancel) {
   line.options.cancel = cancel;
   if (line.chosen.without_phone) return line.chosen.without_phone(line.options);
   if (!line.chosen.on_phone) throw Failure(Exit::kUnexpected, "a command that leaves nothing to do");
-  return RunOnPhone(line.chosen.on_phone, line.options, cancel);
+  return RunOnPhone(line.chosen.on_phone, line.options);
 }
 
 }  // namespace
