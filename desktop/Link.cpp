@@ -58,9 +58,6 @@ void Link::Write(ByteView bytes, Deadline deadline) {
 std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel,
                               const BluetoothOptions& bluetooth) {
   if (address.starts_with("bluetooth:")) return ConnectBluetooth(address, deadline, cancel, bluetooth);
-  if (!bluetooth.adapter.empty() || bluetooth.insecure)
-    throw Failure(Exit::kUsage,
-                  fmt::format("device address \"{}\": --adapter and --insecure are for bluetooth: addresses", address));
   if (address.starts_with("tcp:")) return ConnectTcp(address, deadline, cancel);
   if (address.starts_with("unix:")) return ConnectUnix(address, deadline, cancel);
   if (address.starts_with("exec:")) return ConnectExec(address, cancel);

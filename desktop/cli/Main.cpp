@@ -94,6 +94,11 @@ void ShowHelp(CommandLine& line) {
 Exit RunOnPhone(const std::function<Exit(Context&)>& action, const Options& options) {
   if (options.device.empty())
     throw Failure(Exit::kUsage, "which phone? Give -d ADDRESS or set BRELIX_DEVICE; see brelix --help");
+  const bool for_bluetooth = !options.bluetooth.adapter.empty() || options.bluetooth.insecure;
+  if (for_bluetooth && !options.device.starts_with("bluetooth:"))
+    throw Failure(Exit::kUsage, fmt::format("device address \"{}\": --adapter and --insecure are for bluetooth: "
+                                            "addresses",
+                                            options.device));
   std::optional<Trace> trace;
   if (!options.trace_path.empty()) trace.emplace(options.trace_path);
 

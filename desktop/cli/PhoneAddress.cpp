@@ -45,10 +45,12 @@ std::string PhoneAddress(const std::string& address_or_folder) {
     if (address_or_folder.starts_with(scheme)) return address_or_folder;
   std::error_code error;
   if (!fs::is_regular_file(fs::path(address_or_folder) / kDatabase, error))
-    throw Failure(Exit::kNoDevice,
-                  fmt::format("{}: neither a device address (tcp:HOST:PORT, unix:PATH, exec:COMMAND) nor a phone's "
-                              "folder; a folder has a {} in it",
-                              address_or_folder, kDatabase));
+    throw Failure(
+        Exit::kNoDevice,
+        fmt::format(
+            "{}: neither a device address (bluetooth:ADDRESS, tcp:HOST:PORT, unix:PATH, exec:COMMAND) nor a phone's "
+            "folder; a folder has a {} in it",
+            address_or_folder, kDatabase));
   const fs::path server = FindServer();
   if (server.empty())
     throw Failure(Exit::kNoDevice, fmt::format("{}: {}, which serves a phone's folder, is neither beside this program "
