@@ -1,19 +1,16 @@
 // The domains of contacts, agenda, calls and messages, taken over a link from phones of which some are odd. The folder
 // that comes of it is a phone that answers the same, and taking that one again makes the same folder.
 #include <gtest/gtest.h>
-#include <map>
+#include <nlohmann/json.hpp>
 
-#include "desktop/backup/Domains.h"
+#include "handset/store/Store.h"
 #include "tests/backup/PhoneAnswers.h"
 #include "tests/backup/TakenFolder.h"
 
 namespace test {
 namespace {
 
-using brelix::backup::kAgendaDomain;
-using brelix::backup::kCallsDomain;
-using brelix::backup::kContactsDomain;
-using brelix::backup::kMessagesDomain;
+using nlohmann::json;
 using Texts = std::vector<std::string>;
 
 // Answers that are not alike, by what they are about. The phone has one contact that cannot be read; it has no place in
@@ -31,7 +28,7 @@ Texts Differences(const std::vector<PhoneAnswer>& before, const std::vector<Phon
 }
 
 TEST(BackupDomains, AFolderOfAnOddPhoneAnswersTheSameBytes) {
-  const MadePhone phone(BRELIX_SOURCE_DIR "/tests/e2e/odd-phone.json");
+  const MadePhone phone(std::string(BRELIX_SOURCE_DIR "/tests/backup/odd-phone.json"));
   const TakenFolder taken(phone.Path());
   constexpr int kMessages = 24;
   const PhoneAnswers before = AskEverything(phone.Path(), kMessages);
@@ -64,7 +61,7 @@ TEST(BackupDomains, AFolderOfAnOddPhoneAnswersTheSameBytes) {
 }
 
 TEST(BackupDomains, TakingAFolderAgainMakesTheSame) {
-  for (const char* description : {"/tests/e2e/odd-phone.json", "/demo/phone.json"}) {
+  for (const char* description : {"/tests/backup/odd-phone.json", "/demo/phone.json"}) {
     const MadePhone phone(std::string(BRELIX_SOURCE_DIR) + description);
     const TakenFolder first(phone.Path());
     const TakenFolder second(first.Path());
@@ -74,6 +71,37 @@ TEST(BackupDomains, TakingAFolderAgainMakesTheSame) {
     std::erase_if(losses, [](const std::string& loss) { return loss.starts_with("contact at position 17: "); });
     EXPECT_EQ(losses, second.Losses());
   }
+}
+
+TEST(BackupDomains, WhatCannotBeReadCostsItself) {
+  const json three = {
+      {"contacts", {{{"FirstName", "A"}}, {{"FirstName", "B"}}, {{"FirstName", "C"}}}},
+      {"appointments", {{{"Start", "2009-07-13"}}, {{"Start", "2009-07-14"}}, {{"Start", "2009-07-15"}}}},
+      {"calls",
+       {{{"start", "2009-07-13T10:00:00Z"}}, {{"start", "2009-07-12T10:00:00Z"}}, {{"start", "2009-07-11T10:00:00Z"}}}},
+      {"faults",
+       {{{"call", "IContact::get_FirstName"}, {"skip", 1}},
+        {{"call", "IAppointment::get_Subject"}, {"skip", 1}},
+        {{"call", "PhoneGetCallLogEntry"}, {"skip", 1}, {"result", "0x80070057"}}}}};
+  const MadePhone phone(three);
+  const TakenFolder taken(phone.Path());
+  const Texts lost = {"contact at position 2: 0x80004005 E_FAIL (unspecified failure)",
+                      "appointment at position 2: 0x80004005 E_FAIL (unspecified failure)",
+                      "call 2: 0x80070057 E_INVALIDARG (invalid argument)"};
+  EXPECT_EQ(taken.Losses(), lost);
+  EXPECT_EQ(taken.Records().size(), 6);
+}
+
+TEST(BackupDomains, AContactThatComesMeanwhileIsTold) {
+  const MadePhone phone(json{{"contacts", {{{"FirstName", "A"}}, {{"FirstName", "B"}}}}});
+  const TakenFolder taken(phone.Path(), [&] {
+    handset::Store store(phone.Path() / "phone.db");
+    handset::Contact late;
+    store.PutContact(late, {});
+    store.FinishItemChange();
+  });
+  EXPECT_EQ(taken.Losses(),
+            Texts{"contacts: their number changed from 2 to 3 while they were read; some may be missing"});
 }
 
 }  // namespace

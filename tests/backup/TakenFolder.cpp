@@ -1,6 +1,7 @@
 #include "tests/backup/TakenFolder.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 #include "desktop/Client.h"
 #include "desktop/backup/Domains.h"
@@ -16,28 +17,34 @@ constexpr const Domain* kDomains[] = {&kContactsDomain, &kAgendaDomain, &kCallsD
 
 class Listener final : public Watch {
  public:
-  explicit Listener(std::vector<std::string>& losses) : m_losses(losses) {}
+  Listener(std::vector<std::string>& losses, std::function<void()> meanwhile)
+      : m_losses(losses), m_meanwhile(std::move(meanwhile)) {}
   void Expect(std::optional<uint64_t>) override {}
-  void Advance(uint64_t) override {}
+  void Advance(uint64_t) override {
+    if (m_meanwhile) std::exchange(m_meanwhile, {})();
+  }
   void Lost(brelix::Problem problem) override { m_losses.push_back(problem.why); }
   void Notice(const std::string&) override {}
 
  private:
   std::vector<std::string>& m_losses;
+  std::function<void()> m_meanwhile;
 };
 
 }  // namespace
 
 MadePhone::MadePhone(const std::string& description) { handset::Handset::InitFromFile(Path(), description); }
 
-TakenFolder::TakenFolder(const std::filesystem::path& phone) {
+MadePhone::MadePhone(const nlohmann::json& description) { handset::Handset::Init(Path(), description); }
+
+TakenFolder::TakenFolder(const std::filesystem::path& phone, std::function<void()> meanwhile) {
   brelix::Session session(brelix::Connect("exec:" BRELIX_PHONE_COMMAND " rapi " + phone.string() + " --check-leaks",
                                           brelix::Clock::now() + std::chrono::seconds(20), -1),
                           {});
   brelix::Client(session).Start();
   PhoneFolder::MakeEmpty(Path());
   PhoneFolder folder = PhoneFolder::OpenForWriting(Path());
-  Listener listener(m_losses);
+  Listener listener(m_losses, std::move(meanwhile));
   for (const Domain* domain : kDomains) domain->take({session, folder, listener});
   folder.MarkFinished();
 }

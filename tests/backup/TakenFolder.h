@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -12,6 +14,7 @@ namespace test {
 class MadePhone {
  public:
   explicit MadePhone(const std::string& description);
+  explicit MadePhone(const nlohmann::json& description);
   std::filesystem::path Path() const { return m_folder.Path() / "phone"; }
 
  private:
@@ -21,7 +24,8 @@ class MadePhone {
 // Contacts, agenda, calls and messages of a phone that brelix-phone serves over its standard input and output.
 class TakenFolder {
  public:
-  explicit TakenFolder(const std::filesystem::path& phone);
+  // `meanwhile` runs once, as soon as something was taken.
+  explicit TakenFolder(const std::filesystem::path& phone, std::function<void()> meanwhile = {});
 
   std::filesystem::path Path() const { return m_folder.Path() / "phone"; }
   // "contact 7: FirstName is shown as empty ..."
