@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -39,6 +40,10 @@ struct Taking {
   const PhoneFolder* before = nullptr;
   // Take nothing from `before`, however unchanged it looks.
   bool full = false;
+  // For what a domain that goes on where it was must remember until the backup is whole; its tables are its own. What
+  // it remembers as done must be on the disk before, which `sync` sees to for all files at once.
+  SQLite::Database* progress = nullptr;
+  std::function<void()> sync = [] {};
 };
 
 struct Domain {

@@ -7,7 +7,8 @@ namespace brelix::backup {
 
 namespace {
 
-const std::array kDomains = {&kDeviceDomain, &kContactsDomain, &kAgendaDomain, &kCallsDomain, &kMessagesDomain};
+const std::array kDomains = {&kDeviceDomain,   &kContactsDomain, &kAgendaDomain, &kCallsDomain,
+                             &kMessagesDomain, &kRegistryDomain, &kFilesDomain};
 
 }  // namespace
 

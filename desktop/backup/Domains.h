@@ -10,5 +10,7 @@ extern const Domain kContactsDomain;
 extern const Domain kAgendaDomain;
 extern const Domain kCallsDomain;
 extern const Domain kMessagesDomain;
+extern const Domain kFilesDomain;
+extern const Domain kRegistryDomain;
 
 }  // namespace brelix::backup

@@ -1,12 +1,12 @@
 #include "desktop/backup/PhoneFolder.h"
 
-#include <cerrno>
-#include <fcntl.h>
+#include <algorithm>
 #include <fmt/format.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <vector>
 
 #include "desktop/Failure.h"
+#include "desktop/backup/FileDigest.h"
+#include "desktop/files/LocalName.h"
 #include "handset/store/Store.h"
 
 namespace brelix::backup {
@@ -25,7 +25,75 @@ fs::path DatabaseOf(const fs::path& folder) { return folder / "phone.db"; }
   throw Failure(Exit::kLocalFile, fmt::format("{}: {}", path.string(), why));
 }
 
+// What a folder has, sorted so that the keys of all that is below it rise. A folder's own key is that of its name; what
+// is in it follows where its name and a separator belong.
+struct Place {
+  std::string order;
+  PhoneFolder::Entry entry;
+  bool is_inside;
+};
+
+std::vector<Place> PlacesIn(const fs::path& top, const PhoneFolder::Entry& folder) {
+  std::vector<Place> places;
+  for (const auto& found : fs::directory_iterator(top / folder.path)) {
+    const fs::path name = found.path().filename();
+    PhoneFolder::Entry entry{folder.path / name, folder.key + "\\" + LocalName(name.string()), {}};
+    if (lstat(found.path().c_str(), &entry.status) != 0) continue;
+    if (!S_ISDIR(entry.status.st_mode) && !S_ISREG(entry.status.st_mode)) continue;
+    places.push_back({entry.key, entry, false});
+    if (entry.IsFolder()) places.push_back({entry.key + "\\", std::move(entry), true});
+  }
+  std::ranges::sort(places, {}, &Place::order);
+  return places;
+}
+
+void Visit(const fs::path& top, const PhoneFolder::Entry& folder,
+           const std::function<void(const PhoneFolder::Entry&)>& visit) {
+  for (const Place& place : PlacesIn(top, folder)) {
+    if (place.is_inside)
+      Visit(top, place.entry, visit);
+    else
+      visit(place.entry);
+  }
+}
+
 }  // namespace
+
+PhoneFolder::PhoneFolder(fs::path path, std::unique_ptr<SQLite::Database> database)
+    : path_(std::move(path)),
+      database_(std::move(database)),
+      digests_(std::make_unique<SQLite::Database>("", SQLite::OPEN_READWRITE)) {
+  digests_->exec("PRAGMA synchronous = OFF; CREATE TABLE digest (path BLOB PRIMARY KEY, sha256 TEXT) WITHOUT ROWID");
+}
+
+void PhoneFolder::ForEachEntry(const std::function<void(const Entry&)>& visit) const {
+  try {
+    Visit(files(), {}, visit);
+  } catch (const fs::filesystem_error& error) {
+    Fail(error.path1(), error.code().message());
+  }
+}
+
+std::optional<std::string> PhoneFolder::KnownDigest(const fs::path& path) const {
+  SQLite::Statement row(*digests_, "SELECT sha256 FROM digest WHERE path = ?");
+  row.bind(1, path.string());
+  if (!row.executeStep()) return std::nullopt;
+  return row.getColumn(0).getString();
+}
+
+std::string PhoneFolder::DigestOf(const Entry& file) const {
+  if (const auto known = KnownDigest(file.path)) return *known;
+  const std::string digest = DigestOfFile(files() / file.path);
+  RememberDigest(file.path, digest);
+  return digest;
+}
+
+void PhoneFolder::RememberDigest(const fs::path& path, const std::string& sha256) const {
+  SQLite::Statement insert(*digests_, "INSERT OR REPLACE INTO digest VALUES (?, ?)");
+  insert.bind(1, path.string());
+  insert.bind(2, sha256);
+  insert.exec();
+}
 
 PhoneFolder PhoneFolder::OpenForReading(const fs::path& folder) {
   try {

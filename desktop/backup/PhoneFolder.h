@@ -3,7 +3,11 @@
 
 #include <SQLiteCpp/SQLiteCpp.h>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
 
 namespace brelix::backup {
 
@@ -22,15 +26,31 @@ class PhoneFolder {
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path files() const { return path_ / "files"; }
 
+  // Calls `visit` for everything below files/, with paths relative to it, by rising keys (Key below); what is in a
+  // folder comes after the folder, though not right behind it. What is neither folder nor file is not the phone's.
+  struct Entry {
+    std::filesystem::path path;
+    std::string key;
+    struct stat status;
+    bool IsFolder() const { return S_ISDIR(status.st_mode); }
+  };
+  void ForEachEntry(const std::function<void(const Entry&)>& visit) const;
+  // The SHA-256 of a file below files/, read once while this object lives.
+  std::string DigestOf(const Entry& file) const;
+  // What RememberDigest was told.
+  std::optional<std::string> KnownDigest(const std::filesystem::path& path) const;
+  // A digest that is known already counts as read. `path` is relative to files/.
+  void RememberDigest(const std::filesystem::path& path, const std::string& sha256) const;
+
   // Makes a phone of it: compact, whole in the one file phone.db, and on the disk. Nothing may be open in it but this.
   void MarkFinished();
 
  private:
-  PhoneFolder(std::filesystem::path path, std::unique_ptr<SQLite::Database> database)
-      : path_(std::move(path)), database_(std::move(database)) {}
+  PhoneFolder(std::filesystem::path path, std::unique_ptr<SQLite::Database> database);
 
   std::filesystem::path path_;
   std::unique_ptr<SQLite::Database> database_;
+  std::unique_ptr<SQLite::Database> digests_;  // a temporary one
 };
 
 // Transactions of bounded size for a domain that puts in one thing after the other: what is put in before Done counts

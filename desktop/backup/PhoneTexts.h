@@ -1,6 +1,7 @@
-// Texts of the wire as a phone's folder has them.
+// Texts of the wire as a phone's folder has them, and as JSON.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 
@@ -12,5 +13,10 @@ std::u16string PhoneText(std::string_view wire);
 
 // The units of proper UTF-8; U+FFFD for what is none.
 std::u16string TextOfUtf8(std::string_view utf8);
+
+// A name of this computer's files as JSON, and back: a string, or {"hex": ...} for bytes that are no UTF-8.
+nlohmann::json ToJson(const std::string& bytes);
+// Nothing for what is neither.
+std::optional<std::string> BytesOf(const nlohmann::json& json);
 
 }  // namespace brelix::backup

@@ -1,6 +1,7 @@
 #include "desktop/cli/Commands.h"
 
 #include "desktop/cli/AgendaCommands.h"
+#include "desktop/cli/BackupCommands.h"
 #include "desktop/cli/CallCommands.h"
 #include "desktop/cli/ContactCommands.h"
 #include "desktop/cli/DeviceCommands.h"
@@ -29,6 +30,8 @@ constexpr Group kGroups[] = {
     {"sms", DeclareSms},
     {"files", DeclareFiles},
     {"registry", DeclareRegistry},
+    {"backup", DeclareBackup},
+    {"verify", DeclareVerify},
     {"diff", DeclareDiff},
     {"raw", DeclareRaw},
 };

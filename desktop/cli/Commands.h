@@ -58,6 +58,8 @@ class Action {
 
   std::function<Exit(Context&)> on_phone;
   std::function<Exit(const Options&)> without_phone;
+  // In place of on_phone where the user named no phone, for what can be done with one and without.
+  std::function<Exit(const Options&)> without_device;
 };
 
 struct Group {

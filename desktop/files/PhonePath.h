@@ -20,6 +20,9 @@ class PhonePath {
   static PhonePath Parse(std::string_view utf8);
   PhonePath() = default;  // the root
 
+  // One that Wire() gave.
+  static PhonePath OfWire(std::string wire) { return PhonePath(wire == "\\" ? "" : std::move(wire)); }
+
   // The name must have passed IsName.
   PhonePath operator/(std::string_view name) const { return PhonePath(path_ + "\\" + std::string(name)); }
 

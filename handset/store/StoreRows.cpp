@@ -45,42 +45,15 @@ void InsertLines(Database& database, const std::vector<Line>& lines) {
   }
 }
 
-std::int64_t InsertKey(Database& database, std::u16string_view path) {
-  const auto names = SplitKeyPath(path);
-  std::int64_t key = 0;
-  for (const std::u16string_view name : names) {
-    if (const auto found = SelectKey(database, key, name)) {
-      key = *found;
-      continue;
-    }
-    Insert(database, "INSERT INTO registry_key (parent, name, folded) VALUES (?, ?, ?)", key, name, Fold(name));
-    key = database.getLastInsertRowid();
-  }
-  return key;
-}
-
 void InsertRegistry(Database& database, const std::vector<RegistryKey>& keys) {
   for (const RegistryRoot& root : kRegistryRoots) {
     const std::u16string name(root.name.begin(), root.name.end());
     Insert(database, "INSERT INTO registry_key VALUES (?, 0, ?, ?)", root.id, name, Fold(name));
   }
   for (const RegistryKey& key : keys) {
-    const std::int64_t id = InsertKey(database, key.path);
-    for (const RegistryValue& value : key.values) {
-      Insert(database, "INSERT INTO registry_value (key, name, folded, type, data) VALUES (?, ?, ?, ?, ?)", id,
-             value.name, Fold(value.name), value.type, value.data);
-    }
+    const std::int64_t id = PutKey(database, key.path);
+    for (const RegistryValue& value : key.values) PutValue(database, id, value);
   }
-}
-
-std::vector<RegistryValue> SelectValues(const Database& database, std::int64_t key) {
-  Statement rows(database, "SELECT name, type, data FROM registry_value WHERE key = ? ORDER BY id");
-  Bind(rows, 1, key);
-  std::vector<RegistryValue> values;
-  while (rows.executeStep()) {
-    values.push_back({Text(rows.getColumn(0)), Number<std::uint32_t>(rows.getColumn(1)), Blob(rows.getColumn(2))});
-  }
-  return values;
 }
 
 // Keys that another key's path or values do not imply; a key is always made after its parent.
@@ -219,6 +192,37 @@ std::vector<FaultRule> SelectFaults(const Database& database) {
     faults.push_back(std::move(rule));
   }
   return faults;
+}
+
+std::int64_t PutKey(Database& database, std::u16string_view path) {
+  const auto names = SplitKeyPath(path);
+  std::int64_t key = 0;
+  for (const std::u16string_view name : names) {
+    if (const auto found = SelectKey(database, key, name)) {
+      key = *found;
+      continue;
+    }
+    Insert(database, "INSERT INTO registry_key (parent, name, folded) VALUES (?, ?, ?)", key, name, Fold(name));
+    key = database.getLastInsertRowid();
+  }
+  return key;
+}
+
+bool PutValue(Database& database, std::int64_t key, const RegistryValue& value) {
+  Statement insert(database,
+                   "INSERT OR IGNORE INTO registry_value (key, name, folded, type, data) VALUES (?, ?, ?, ?, ?)");
+  Execute(insert, key, value.name, Fold(value.name), value.type, value.data);
+  return database.getChanges() > 0;
+}
+
+std::vector<RegistryValue> SelectValues(const Database& database, std::int64_t key) {
+  Statement rows(database, "SELECT name, type, data FROM registry_value WHERE key = ? ORDER BY id");
+  Bind(rows, 1, key);
+  std::vector<RegistryValue> values;
+  while (rows.executeStep()) {
+    values.push_back({Text(rows.getColumn(0)), Number<std::uint32_t>(rows.getColumn(1)), Blob(rows.getColumn(2))});
+  }
+  return values;
 }
 
 std::optional<std::int64_t> SelectKey(const Database& database, std::int64_t parent, std::u16string_view name) {

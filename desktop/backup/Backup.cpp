@@ -1,0 +1,125 @@
+#include "desktop/backup/Backup.h"
+
+#include <fmt/format.h>
+
+#include "desktop/backup/BackupFolder.h"
+
+namespace brelix::backup {
+
+namespace {
+
+// What ends the backup and not only a domain of it: the next one would fare no better.
+bool EndsEverything(const Failure& failure) {
+  switch (failure.code()) {
+    case Exit::kLocalFile:
+    case Exit::kNoDevice:
+    case Exit::kLinkLost:
+    case Exit::kInterrupted:
+    case Exit::kUnexpected:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Puts what is lost into the record of the run as well.
+class RecordingWatch final : public Watch {
+ public:
+  RecordingWatch(BackupFolder& folder, const Domain& domain, Watch& user)
+      : folder_(folder), domain_(domain), user_(user) {}
+  void Expect(std::optional<uint64_t> total) override { user_.Expect(total); }
+  void Advance(uint64_t by) override { user_.Advance(by); }
+  void Notice(const std::string& text) override { user_.Notice(text); }
+  void Lost(Problem problem) override {
+    folder_.AddLost(domain_, problem);
+    user_.Lost(std::move(problem));
+  }
+
+ private:
+  BackupFolder& folder_;
+  const Domain& domain_;
+  Watch& user_;
+};
+
+void TakeDomain(Session& session, BackupFolder& folder, const Domain& domain, bool full, Watch& user) {
+  folder.Clear(domain);
+  RecordingWatch watch(folder, domain, user);
+  const Taking taking{.session = session,
+                      .folder = folder.phone(),
+                      .watch = watch,
+                      .before = folder.before(),
+                      .full = full,
+                      .progress = &folder.progress(),
+                      .sync = [&] { folder.Sync(); }};
+  try {
+    domain.take(taking);
+  } catch (const Failure& failure) {
+    if (EndsEverything(failure)) throw;
+    watch.Lost({std::string(domain.name), fmt::format("{} ended early: {}", domain.name, failure.what())});
+  }
+  folder.Sync();
+  folder.SetComplete(domain);
+}
+
+// The library's errors name no file; a full disk is the usual one.
+[[noreturn]] void Rethrow(const SQLite::Exception& error, const std::filesystem::path& target) {
+  throw Failure(
+      Exit::kLocalFile,
+      fmt::format("{}: the backup cannot be written: {}; make room or choose another place, then run the same "
+                  "command again to go on",
+                  target.string(), error.what()));
+}
+
+std::vector<DomainOutcome> Outcomes(const std::vector<const Domain*>& domains, BackupFolder& folder) {
+  std::vector<DomainOutcome> outcomes;
+  for (const Domain* domain : domains) {
+    DomainOutcome outcome;
+    outcome.entry.name = domain->name;
+    outcome.entry.lost = folder.CountLost(domain->name);
+    if (folder.before() != nullptr && folder.before_manifest()->Find(domain->name) != nullptr)
+      outcome.changes = Compare(*domain, *folder.before(), folder.phone());
+    outcomes.push_back(outcome);
+  }
+  return outcomes;
+}
+
+}  // namespace
+
+PhoneIdentity AskIdentity(Session& session) {
+  Client phone(session);
+  const PermanentInfo info = phone.PermanentInfo();
+  return {info.manufacturer.value_or(""), info.model.value_or(""), phone.SerialNumber().value_or(""),
+          phone.SubscriberNumber().value_or("")};
+}
+
+BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, const BackupOptions& options,
+                         BackupWatch& watch) {
+  BackupFolder folder(target, options.restart);
+  try {
+    RunFacts facts{AskIdentity(session), {}};
+    for (const Domain* domain : options.domains) facts.domains.emplace_back(domain->name);
+    BackupOutcome outcome;
+    outcome.went_on = folder.Begin(facts);
+    outcome.replaced = folder.before() != nullptr;
+    watch.Started(outcome.went_on, folder.Begun());
+    for (const Domain* domain : options.domains) {
+      if (folder.IsComplete(*domain)) continue;
+      watch.Begin(*domain);
+      TakeDomain(session, folder, *domain, options.full, watch);
+      watch.End();
+    }
+    outcome.domains = Outcomes(options.domains, folder);
+    outcome.manifest.tool_version = options.tool_version;
+    outcome.manifest.phone = facts.phone;
+    for (const DomainOutcome& domain : outcome.domains) outcome.manifest.domains.push_back(domain.entry);
+    folder.Finish(outcome.manifest);
+    for (size_t i = 0; i < outcome.domains.size(); i++) outcome.domains[i].entry = outcome.manifest.domains[i];
+    return outcome;
+  } catch (const SQLite::Exception& error) {
+    Rethrow(error, folder.target());
+  } catch (const std::filesystem::filesystem_error& error) {
+    throw Failure(Exit::kLocalFile, fmt::format("{}: {}", error.path1().string(), error.code().message()));
+  }
+}
+
+}  // namespace brelix::backup

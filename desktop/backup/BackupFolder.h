@@ -1,0 +1,84 @@
+// A backup on its way to the disk.
+//
+// It grows in a hidden folder beside its target, ".NAME.partial", which has the phone's folder and a database about how
+// far it is. Until the last step nothing in there is a backup: there is no manifest, and phone.db is marked as
+// unfinished. The last step is one rename, which puts the new backup in the place of the old one, so that at each
+// moment NAME is the old backup or the new one, whole. What is left of an interrupted run is gone on with by the next.
+//
+// What is recorded as done is on the disk before the record is, so that neither a killed process nor a power cut makes
+// less look like more.
+#pragma once
+
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desktop/backup/Manifest.h"
+#include "desktop/backup/PhoneFolder.h"
+
+namespace brelix::backup {
+
+// What a run is of. One that goes on must be of the same.
+struct RunFacts {
+  PhoneIdentity phone;
+  std::vector<std::string> domains;  // in the order in which they are taken
+};
+
+class BackupFolder {
+ public:
+  // Locks the place. Throws a local-file failure when somebody else makes a backup there, when it cannot be written,
+  // or when the target is something that must not be replaced. With `restart` what an earlier run left is thrown away.
+  BackupFolder(const std::filesystem::path& target, bool restart);
+  ~BackupFolder();
+  BackupFolder(const BackupFolder&) = delete;
+  BackupFolder& operator=(const BackupFolder&) = delete;
+
+  // Begins, or goes on. Throws a usage failure when what is there is of another phone or of other domains. Returns
+  // whether an earlier run had begun.
+  bool Begin(const RunFacts& facts);
+
+  PhoneFolder& phone() { return *phone_; }
+  // The backup that this one will replace.
+  const std::optional<Manifest>& before_manifest() const { return before_manifest_; }
+  const PhoneFolder* before() const { return before_ ? &*before_ : nullptr; }
+  // For what a domain must remember while it is taken.
+  SQLite::Database& progress() { return *progress_; }
+  std::string Begun();
+
+  bool IsComplete(const Domain& domain);
+  // Empties what an interrupted attempt left of it.
+  void Clear(const Domain& domain);
+  void SetComplete(const Domain& domain);
+  void AddLost(const Domain& domain, const Problem& problem);
+  uint64_t CountLost(std::string_view domain);
+  void ForEachLost(std::string_view domain, const std::function<void(const Problem&)>& visit);
+
+  // Brings everything to the disk: for what is recorded as done next.
+  void Sync();
+  // Writes the manifest and puts the backup in its place.
+  void Finish(Manifest& manifest);
+
+  const std::filesystem::path& target() const { return target_; }
+
+ private:
+  void Lock();
+  void Recover();
+  void CheckTarget();
+  void OpenBefore();
+  void OpenProgress();
+  void Place();
+  void RemovePartial();
+  std::string Get(const char* name);
+  void Set(const char* name, const std::string& value);
+
+  std::filesystem::path target_, partial_;
+  int lock_ = -1;
+  bool begun_ = false;
+  std::unique_ptr<SQLite::Database> progress_;
+  std::optional<PhoneFolder> phone_, before_;
+  std::optional<Manifest> before_manifest_;
+};
+
+}  // namespace brelix::backup

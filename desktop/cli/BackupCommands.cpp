@@ -1,0 +1,185 @@
+#include "desktop/cli/BackupCommands.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <memory>
+#include <optional>
+
+#include "desktop/Text.h"
+#include "desktop/backup/Backup.h"
+#include "desktop/backup/Verify.h"
+#include "desktop/cli/Progress.h"
+
+namespace brelix::cli {
+namespace {
+
+using backup::Domain;
+
+std::string DomainNames() {
+  std::string names;
+  for (const Domain* domain : backup::Domains()) names += (names.empty() ? "" : ", ") + std::string(domain->name);
+  return names;
+}
+
+const Domain* DomainOf(const std::string& name) {
+  if (const Domain* domain = backup::FindDomain(name)) return domain;
+  throw Failure(Exit::kUsage, fmt::format("there is no domain \"{}\"; there are {}", name, DomainNames()));
+}
+
+struct BackupWords {
+  std::string folder;
+  std::vector<std::string> only, without;
+  backup::BackupOptions options;
+};
+
+std::vector<const Domain*> Chosen(const BackupWords& words) {
+  std::vector<const Domain*> named, chosen;
+  for (const std::string& name : words.only.empty() ? words.without : words.only) named.push_back(DomainOf(name));
+  for (const Domain* domain : backup::Domains()) {
+    const bool is_named = std::ranges::find(named, domain) != named.end();
+    if (is_named == !words.only.empty() || (words.only.empty() && words.without.empty())) chosen.push_back(domain);
+  }
+  if (chosen.empty()) throw Failure(Exit::kUsage, "nothing is left to back up");
+  return chosen;
+}
+
+// One bar a domain, and a line for everything that did not come.
+class Teller final : public backup::BackupWatch {
+ public:
+  void Started(bool goes_on, const std::string& begun) override {
+    if (goes_on) Complain(fmt::format("going on with the backup that was begun at {} and interrupted", begun));
+  }
+  void Begin(const Domain& domain) override {
+    const bool counts_bytes = domain.name == "files";
+    bar_.emplace(std::string(domain.name), std::nullopt,
+                 counts_bytes ? Progress::Unit::kBytes : Progress::Unit::kItems);
+  }
+  void End() override { bar_.reset(); }
+  void Expect(std::optional<uint64_t> total) override {
+    if (bar_) bar_->SetTotal(total);
+  }
+  void Advance(uint64_t by) override {
+    if (bar_) bar_->Advance(by);
+  }
+  void Lost(Problem problem) override { Complain(Printable(CleanUtf8(problem.why))); }
+  void Notice(const std::string& text) override { Complain(Printable(CleanUtf8(text))); }
+
+ private:
+  std::optional<Progress> bar_;
+};
+
+std::string Title(std::string_view domain) {
+  std::string title(domain);
+  title[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(title[0])));
+  return title;
+}
+
+void TellOutcome(const backup::BackupOutcome& outcome, const std::string& folder, Report& report) {
+  report.Add("Backup", "folder", folder);
+  report.Add("Phone", "phone", outcome.manifest.phone.ForPeople());
+  report.Add("Went on with an interrupted one", outcome.went_on ? "yes" : "no", "went_on", outcome.went_on);
+  for (const backup::DomainOutcome& domain : outcome.domains) {
+    std::string text = std::to_string(domain.entry.count);
+    Json json = {{"count", domain.entry.count}, {"sha256", domain.entry.sha256}, {"lost", domain.entry.lost}};
+    if (const auto& changes = domain.changes) {
+      text += fmt::format(" ({} added, {} changed, {} gone)", changes->added, changes->changed, changes->gone);
+      json["added"] = changes->added;
+      json["changed"] = changes->changed;
+      json["gone"] = changes->gone;
+    }
+    if (domain.entry.lost > 0) text += fmt::format(", {} lost", domain.entry.lost);
+    report.Add(Title(domain.entry.name), text, domain.entry.name, json);
+  }
+}
+
+Exit Backup(Context& context, const BackupWords& words) {
+  context.phone.Start();
+  Teller teller;
+  backup::BackupOptions options = words.options;
+  options.domains = Chosen(words);
+  options.tool_version = BRELIX_VERSION;
+  try {
+    const backup::BackupOutcome outcome = MakeBackup(context.session, words.folder, options, teller);
+    TellOutcome(outcome, words.folder, context.report);
+    uint64_t lost = 0;
+    for (const backup::DomainOutcome& domain : outcome.domains) lost += domain.entry.lost;
+    if (lost == 0) return Exit::kOk;
+    Complain(fmt::format("{} items did not come; {} names them", lost, words.folder + "/" + backup::kManifestName));
+    return Exit::kPartial;
+  } catch (const Failure& failure) {
+    const bool stopped = failure.code() == Exit::kLinkLost || failure.code() == Exit::kInterrupted;
+    if (!stopped) throw;
+    throw Failure(failure.code(),
+                  fmt::format("{}; the same command again goes on where this one stopped", failure.what()));
+  }
+}
+
+struct VerifyWords {
+  std::string folder;
+  size_t sample = 20;
+};
+
+Exit Tell(const backup::Verdict& verdict, const VerifyWords& words, Report& report) {
+  report.Add("Backup", "folder", words.folder);
+  report.Add("Taken", "taken", verdict.manifest.finished);
+  report.Add("Phone", "phone", verdict.manifest.phone.ForPeople());
+  Json list = Json::array();
+  for (const backup::Fault& fault : verdict.faults) {
+    Complain(Printable(CleanUtf8(fault.text)));
+    list.push_back({{"what", fault.what}, {"path", CleanUtf8(fault.path)}, {"text", CleanUtf8(fault.text)}});
+  }
+  report.Add("Files checked", std::to_string(verdict.files), "files", verdict.files);
+  if (verdict.sampled)
+    report.Add("Compared with the phone", std::to_string(*verdict.sampled), "sampled", *verdict.sampled);
+  if (!verdict.not_compared.empty())
+    report.Add("Too large to compare", fmt::format("{}", fmt::join(verdict.not_compared, ", ")), "not_compared",
+               verdict.not_compared);
+  report.Add("Differences", std::to_string(verdict.faults.size()), "differences", list);
+  return verdict.faults.empty() ? Exit::kOk : Exit::kDiffers;
+}
+
+}  // namespace
+
+void DeclareBackup(CLI::App& app, Action& chosen) {
+  const auto words = std::make_shared<BackupWords>();
+  CLI::App* command =
+      app.add_subcommand("backup", "Take everything that the phone tells, into a folder that is a phone");
+  command
+      ->add_option("FOLDER", words->folder, "The backup; one of the same phone is replaced when the new one is whole")
+      ->required();
+  CLI::Option* only = command->add_option("--only", words->only, "Take only these: " + DomainNames())->delimiter(',');
+  command->add_option("--without", words->without, "Leave these out")->delimiter(',')->excludes(only);
+  command->add_flag("--full", words->options.full,
+                    "Fetch every file, also those that look unchanged since the last backup");
+  command->add_flag("--restart", words->options.restart, "Throw away what an interrupted run left, and begin anew");
+  command->callback([words, &chosen] {
+    Chosen(*words);
+    if (words->folder.empty()) throw Failure(Exit::kUsage, "backup: where to? The folder's name is empty");
+    chosen = [words](Context& context) { return Backup(context, *words); };
+  });
+}
+
+void DeclareVerify(CLI::App& app, Action& chosen) {
+  const auto words = std::make_shared<VerifyWords>();
+  CLI::App* command =
+      app.add_subcommand("verify", "Check a backup against its manifest, and, with -d, against the phone");
+  command->add_option("FOLDER", words->folder, "The backup")->required();
+  command->add_option("--sample", words->sample, "So many files are fetched from the phone")->capture_default_str();
+  command->callback([words, &chosen] {
+    chosen = [words](Context& context) {
+      backup::Verdict verdict = backup::VerifyFolder(words->folder);
+      context.phone.Start();
+      backup::VerifyAgainst(context.session, words->folder, words->sample, verdict);
+      return Tell(verdict, *words, context.report);
+    };
+    chosen.without_device = [words](const Options& options) {
+      Report report;
+      const Exit outcome = Tell(backup::VerifyFolder(words->folder), *words, report);
+      WriteToStdout(options.json ? report.ForPrograms() : report.ForPeople());
+      return outcome;
+    };
+  });
+}
+
+}  // namespace brelix::cli
