@@ -252,8 +252,10 @@ void BluezKeeper::Failed(const BluezError& error) {
     // Another bus may give the same names to others.
     for (auto& [handle, record] : m_records) record.owner.clear();
   }
-  if (m_lastFailure != error.what()) Report(fmt::format("{}; it is tried again", error.what()));
-  m_lastFailure = error.what();
+  // A bus that is lost is so in more than one way.
+  const std::string failure = m_bus ? error.what() : "no bus";
+  if (m_lastFailure != failure) Report(fmt::format("{}; it is tried again", error.what()));
+  m_lastFailure = failure;
   m_lookAt = Clock::now() + m_retry;
   m_retry = std::min(2 * m_retry, m_options.longestRetry);
 }
