@@ -67,8 +67,16 @@ int Run(int argc, char** argv) {
   rapi->add_flag("--no-log", rapiOptions.noLog,
                  "Leave out the agent's line in \\brelrapi.txt, so that a phone which is only read stays as it is");
 
+  HostileOptions hostile;
+  for (CLI::App* command : {serveCommand, rapi}) {
+    command->add_option("--hostile", hostile.seed, "Lie to desktops; the same number makes the same lies")
+        ->option_text("SEED");
+    command->add_flag("--verbose", hostile.verbose, "Name each lie on standard error");
+  }
+
   try {
     app.parse(argc, argv);
+    serve.hostile = rapiOptions.hostile = hostile;
     if (*init) return Init(folder, sources);
     if (*describe) return Describe(folder);
     if (*outbox) return Outbox(folder, asJson);

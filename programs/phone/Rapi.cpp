@@ -7,6 +7,7 @@
 #include "handset/net/RapiStream.h"
 #include "programs/phone/Commands.h"
 #include "programs/phone/Session.h"
+#include "programs/phone/hostile/LyingStream.h"
 
 namespace brelix_phone {
 namespace {
@@ -32,9 +33,13 @@ int Rapi(const std::filesystem::path& folder, const RapiOptions& options) {
     throw std::runtime_error(
         "libBrelixEngine.so: BrelXferRAPI is not exported; is the library of this program's version?");
   }
+  ce::IRAPIStream* stream = handset::NewDescriptorStream(STDIN_FILENO, out);
+  if (const auto& [seed, verbose] = options.hostile; seed) {
+    stream = hostile::NewLyingStream(stream, hostile::MakeLiar(*seed, verbose));
+  }
   ce::DWORD outputSize = 0;
   ce::BYTE* output = nullptr;
-  const ce::HRESULT result = entry(0, nullptr, &outputSize, &output, handset::NewDescriptorStream(STDIN_FILENO, out));
+  const ce::HRESULT result = entry(0, nullptr, &outputSize, &output, stream);
   if (result != 0) {
     ShowErrBox(u"BrelXferRAPI");
   }

@@ -12,6 +12,7 @@
 #include "programs/phone/ListenAddress.h"
 #include "programs/phone/ListeningConnection.h"
 #include "programs/phone/Session.h"
+#include "programs/phone/hostile/HostileConnection.h"
 
 namespace brelix_phone {
 namespace {
@@ -53,7 +54,13 @@ bool RunEngine(std::unique_ptr<CConnectionManager> connection, const std::string
 
 bool ServeSocket(OpenPhone& phone, const ServeOptions& options) {
   Listener listener(options.listen, options.allowRemote);
-  auto connection = std::make_unique<CListeningConnection>(phone->AdoptSocket(listener.Release()));
+  const ce::SOCKET socket = phone->AdoptSocket(listener.Release());
+  std::unique_ptr<CListeningConnection> connection;
+  if (const auto& [seed, verbose] = options.hostile; seed) {
+    connection = std::make_unique<hostile::CHostileConnection>(socket, hostile::MakeLiar(*seed, verbose));
+  } else {
+    connection = std::make_unique<CListeningConnection>(socket);
+  }
   if (!connection->Construct()) {
     ShowErrBox(u"CConnectionManager::Construct()");
     return false;
@@ -104,6 +111,7 @@ int Serve(const std::filesystem::path& folder, const ServeOptions& options) {
   if (options.insecure && options.listen != kBluetooth) {
     throw std::invalid_argument("--insecure is for --listen bluetooth");
   }
+  if (options.hostile.seed && bluetooth) throw std::invalid_argument("--hostile is for tcp: and unix: addresses");
   OpenPhone phone(folder);
   const bool served = bluetooth ? ServeBluetooth(phone, folder, options) : ServeSocket(phone, options);
   const bool clean = !options.checkLeaks || phone.CloseAndCheckLeaks();
