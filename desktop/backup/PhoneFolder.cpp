@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "desktop/Failure.h"
+#include "desktop/Text.h"
 #include "desktop/backup/FileDigest.h"
 #include "desktop/files/LocalName.h"
+#include "desktop/files/PhonePath.h"
 #include "handset/store/Store.h"
 
 namespace brelix::backup {
@@ -25,6 +27,12 @@ fs::path DatabaseOf(const fs::path& folder) { return folder / "phone.db"; }
   throw Failure(Exit::kLocalFile, fmt::format("{}: {}", path.string(), why));
 }
 
+// The name as proper UTF-8, another one for each. Somebody may have put things here whose names no phone has.
+std::string KeyOf(const std::string& name) {
+  const std::string wire = SplitSurrogates(name);
+  return IsName(wire) ? LocalName(wire) : "%x" + Hex(name);
+}
+
 // What a folder has, sorted so that the keys of all that is below it rise. A folder's own key is that of its name; what
 // is in it follows where its name and a separator belong.
 struct Place {
@@ -37,7 +45,7 @@ std::vector<Place> PlacesIn(const fs::path& top, const PhoneFolder::Entry& folde
   std::vector<Place> places;
   for (const auto& found : fs::directory_iterator(top / folder.path)) {
     const fs::path name = found.path().filename();
-    PhoneFolder::Entry entry{folder.path / name, folder.key + "\\" + LocalName(name.string()), {}};
+    PhoneFolder::Entry entry{folder.path / name, folder.key + "\\" + KeyOf(name.string()), {}};
     if (lstat(found.path().c_str(), &entry.status) != 0) continue;
     if (!S_ISDIR(entry.status.st_mode) && !S_ISREG(entry.status.st_mode)) continue;
     places.push_back({entry.key, entry, false});
