@@ -11,6 +11,7 @@
 #include "desktop/cli/MessageCommands.h"
 #include "desktop/cli/RawCommand.h"
 #include "desktop/cli/RegistryCommands.h"
+#include "desktop/cli/RestoreCommand.h"
 #include "desktop/cli/SmsCommands.h"
 
 namespace brelix::cli {
@@ -32,6 +33,7 @@ constexpr Group kGroups[] = {
     {"registry", DeclareRegistry},
     {"backup", DeclareBackup},
     {"verify", DeclareVerify},
+    {"restore", DeclareRestore},
     {"diff", DeclareDiff},
     {"raw", DeclareRaw},
 };

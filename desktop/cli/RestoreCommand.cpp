@@ -1,0 +1,227 @@
+#include "desktop/cli/RestoreCommand.h"
+
+#include <fmt/format.h>
+#include <memory>
+#include <optional>
+
+#include "desktop/Text.h"
+#include "desktop/backup/ContactPlan.h"
+#include "desktop/backup/ContactRow.h"
+#include "desktop/backup/Verify.h"
+#include "desktop/cli/ContactCommands.h"
+#include "desktop/cli/ContactImport.h"
+#include "desktop/cli/Progress.h"
+#include "handset/store/PimRows.h"
+#include "platform/PocketOutlook.h"
+
+namespace brelix::cli {
+namespace {
+
+using backup::ContactMark;
+using backup::Deed;
+using backup::PhoneFolder;
+using backup::PlannedContact;
+
+struct RestoreWords {
+  std::string folder;
+  bool contacts = false, dry_run = false, allow_loss = false;
+};
+
+// Throws where the folder is no whole backup with contacts in it.
+PhoneFolder OpenVerified(const std::string& folder) {
+  const backup::Verdict verdict = backup::VerifyFolder(folder);
+  if (!verdict.faults.empty())
+    throw Failure(Exit::kLocalFile, fmt::format("{}: not what its manifest says: {}; see brelix verify", folder,
+                                                verdict.faults.front().text));
+  const backup::DomainEntry* entry = verdict.manifest.Find("contacts");
+  if (entry == nullptr) throw Failure(Exit::kLocalFile, fmt::format("{}: a backup without contacts", folder));
+  if (entry->lost > 0)
+    Complain(fmt::format("{}: {} contacts are missing from the backup or not whole; its manifest names them", folder,
+                         entry->lost));
+  return PhoneFolder::OpenForReading(folder);
+}
+
+// A contact of the backup, and what of it nobody could read.
+struct Saved {
+  Contact contact;
+  std::vector<std::string> unreadable;
+};
+
+class ContactRestore {
+ public:
+  ContactRestore(PhoneFolder folder, const RestoreWords& words)
+      : folder_(std::move(folder)),
+        words_(words),
+        statement_(handset::PrepareContact(folder_.database())),
+        oids_(handset::SelectOids(folder_.database(), ce::olFolderContacts)) {}
+
+  Exit Run(Context& context) {
+    context.phone.Start();
+    ContactsClient contacts(context.session);
+    const std::vector<PlannedContact> plan = Plan(contacts);
+    last_position_ = contacts.Count();
+    List list(context.options.json,
+              {{"Contact", false, true}, {"Field"}, {"Before", false, true}, {"After", false, true}});
+    try {
+      Progress progress("restoring contacts", oids_.size());
+      // New ones may move the others.
+      for (const Deed deed : {Deed::kNothing, Deed::kChange, Deed::kMake})
+        for (size_t i = 0; i < plan.size(); i++)
+          if (plan[i].deed == deed) {
+            Do(contacts, oids_[i], plan[i], list);
+            progress.Advance();
+          }
+    } catch (const Failure&) {
+      Complain(fmt::format("{} contacts were made and {} changed before it ended", made_, changed_));
+      throw;
+    }
+    list.Finish();
+    return Tell(context.report);
+  }
+
+ private:
+  Saved Load(uint32_t oid) {
+    auto row = handset::SelectContact(statement_, oid);
+    if (!row) throw Failure(Exit::kLocalFile, fmt::format("{}: changed while it was read", words_.folder));
+    row->picture = handset::SelectPicture(folder_.database(), oid);
+    Saved saved;
+    saved.contact = backup::ContactOfRow(*row, saved.unreadable);
+    return saved;
+  }
+
+  // Where long texts may be cut, contacts that differ in what is cut off count as alike.
+  Contact Sendable(Contact contact) const { return words_.allow_loss ? Shortened(std::move(contact)) : contact; }
+
+  std::vector<PlannedContact> Plan(ContactsClient& contacts) {
+    std::vector<ContactMark> saved, there;
+    for (const uint32_t oid : oids_) saved.push_back(backup::MarkOf(Sendable(Load(oid).contact), 0));
+    Progress progress("reading the phone's contacts", std::nullopt);
+    ContactWalk walk = WalkWith(progress);
+    walk.visit = [&](const PlacedContact& placed) {
+      there.push_back(backup::MarkOf(Sendable(placed.contact), placed.position));
+      return true;
+    };
+    WalkContacts(contacts, walk);
+    return backup::PlanContacts(saved, there);
+  }
+
+  void Do(ContactsClient& contacts, uint32_t oid, const PlannedContact& planned, List& list) {
+    if (planned.deed == Deed::kNothing) {
+      same_++;
+      return;
+    }
+    const Saved saved = Load(oid);
+    const Contact sent = Sendable(saved.contact);
+    if (const std::string against = Against(saved, sent); !against.empty()) {
+      would_lose_++;
+      return Failed(sent, fmt::format("not written: {}", against));
+    }
+    try {
+      if (planned.deed == Deed::kMake)
+        Make(contacts, sent, list);
+      else
+        Change(contacts, sent, planned.on_phone, list);
+    } catch (const ContactFailure& failure) {
+      Failed(sent, failure.what());
+    }
+  }
+
+  static std::string Against(const Saved& saved, const Contact& sent) {
+    std::string text;
+    for (const std::string& name : saved.unreadable)
+      text +=
+          fmt::format("{}{} could not be read when it was saved, and would be cleared", text.empty() ? "" : "; ", name);
+    const std::string reasons = ReasonsAgainst(sent);
+    return text + (text.empty() || reasons.empty() ? "" : "; ") + reasons;
+  }
+
+  void Make(ContactsClient& contacts, const Contact& sent, List& list) {
+    Show(list, sent, "", "", "a new contact");
+    made_++;
+    if (words_.dry_run) return;
+    // A contact that was filed under nothing is so again.
+    const uint32_t oid =
+        contacts.Put(0, sent, sent[ContactField::kFileAs].empty() ? EmptyFileAs::kClear : EmptyFileAs::kKeep);
+    last_position_++;
+    if (!sent.picture.empty()) contacts.SetPicture(oid, sent.picture);
+    CheckWritten(contacts, sent, oid, last_position_);
+  }
+
+  void Change(ContactsClient& contacts, const Contact& sent, const ContactMark& mark, List& list) {
+    const Contact before = contacts.At(mark.position);
+    if (before.oid != mark.oid) return Failed(sent, "the phone's contacts changed meanwhile; run it again");
+    const auto changes = Changes(before, sent);
+    for (const FieldChange& change : changes)
+      Show(list, sent, NameOf(change.field), CleanUtf8(change.before), CleanUtf8(change.after));
+    const bool other_picture = before.picture != sent.picture;
+    if (other_picture)
+      Show(list, sent, "Picture", fmt::format("{} bytes", before.picture.size()),
+           fmt::format("{} bytes", sent.picture.size()));
+    changed_++;
+    if (words_.dry_run) return;
+    if (!changes.empty())
+      contacts.Put(mark.oid, sent, sent[ContactField::kFileAs].empty() ? EmptyFileAs::kClear : EmptyFileAs::kKeep);
+    if (other_picture) contacts.SetPicture(mark.oid, sent.picture);
+    CheckWritten(contacts, sent, mark.oid, mark.position);
+  }
+
+  void CheckWritten(ContactsClient& contacts, const Contact& sent, uint32_t oid, uint32_t position) {
+    Contact read = contacts.At(position);
+    if (read.oid != oid) read = NeedContact(contacts, oid).contact;
+    if (const std::string otherwise = WrittenOtherwise(sent, read); !otherwise.empty())
+      Failed(sent, fmt::format("written as contact {}, but the phone keeps it otherwise: {}", oid, otherwise));
+  }
+
+  void Show(List& list, const Contact& contact, std::string_view field, const std::string& before,
+            const std::string& after) const {
+    if (!words_.dry_run) return;
+    const std::string name = CleanUtf8(DisplayName(contact));
+    list.Add({{"oid", contact.oid},
+              {"contact", name},
+              {"field", field.empty() ? Json() : Json(field)},
+              {"before", before},
+              {"after", after}},
+             {name, std::string(field), before, after});
+  }
+
+  void Failed(const Contact& contact, const std::string& why) {
+    failed_++;
+    Complain(fmt::format("contact {} of the backup ({}): {}", contact.oid, CleanUtf8(DisplayName(contact)), why));
+  }
+
+  Exit Tell(Report& report) const {
+    report.Add(words_.dry_run ? "Contacts to make" : "Contacts made", std::to_string(made_), "made", made_);
+    report.Add(words_.dry_run ? "Contacts to change" : "Contacts changed", std::to_string(changed_), "changed",
+               changed_);
+    report.Add("Contacts that are the same", std::to_string(same_), "same", same_);
+    report.Add("Contacts that failed", std::to_string(failed_), "failed", failed_);
+    if (failed_ == 0) return Exit::kOk;
+    return failed_ == would_lose_ && made_ + changed_ == 0 ? Exit::kWouldLoseData : Exit::kPartial;
+  }
+
+  const PhoneFolder folder_;
+  const RestoreWords words_;
+  SQLite::Statement statement_;
+  const std::vector<uint32_t> oids_;
+  uint32_t last_position_ = 0;
+  size_t made_ = 0, changed_ = 0, same_ = 0, failed_ = 0, would_lose_ = 0;
+};
+
+}  // namespace
+
+void DeclareRestore(CLI::App& app, Action& chosen) {
+  const auto words = std::make_shared<RestoreWords>();
+  CLI::App* command = app.add_subcommand("restore", "Write contacts of a backup back to a phone");
+  command->add_option("FOLDER", words->folder, "The backup")->required();
+  command->add_flag("--contacts", words->contacts, "Write contacts; the protocol can write nothing else");
+  command->add_flag("-n,--dry-run", words->dry_run, "Show what would change and change nothing");
+  command->add_flag("--allow-loss", words->allow_loss, "Cut texts that are too long for the phone's agent");
+  command->callback([words, &chosen] {
+    if (!words->contacts)
+      throw Failure(Exit::kUsage, "restore: say what to write back: --contacts; the protocol can write nothing else");
+    const auto restore = std::make_shared<ContactRestore>(OpenVerified(words->folder), *words);
+    chosen = [restore](Context& context) { return restore->Run(context); };
+  });
+}
+
+}  // namespace brelix::cli

@@ -1,0 +1,147 @@
+// Contacts of a backup, written back.
+#include <gtest/gtest.h>
+#include <set>
+#include <sstream>
+
+#include "tests/e2e/ServedPhone.h"
+
+namespace test {
+namespace {
+
+using nlohmann::json;
+
+std::string AddressOf(const PhoneFolder& phone) {
+  return std::string("exec:exec ") + BRELIX_PHONE_COMMAND + " rapi " + phone.Path();
+}
+
+Outcome On(const PhoneFolder& phone, std::vector<std::string> words) {
+  words.insert(words.begin(), {"--json", "-d", AddressOf(phone)});
+  return Brelix(std::move(words));
+}
+
+// "made 1, changed 0, same 2, failed 0, exit 0"
+std::string Told(const Outcome& outcome) {
+  std::string text;
+  const std::size_t report = outcome.out.rfind("{\n");
+  if (report != outcome.out.npos) {
+    const json told = json::parse(outcome.out.substr(report));
+    for (const char* key : {"made", "changed", "same", "failed"}) {
+      text += std::string(key) + " " + told.at(key).dump() + ", ";
+    }
+  }
+  return text + "exit " + std::to_string(outcome.code);
+}
+
+// All contacts with their fields, without their object ids.
+std::multiset<std::string> ContactsOf(const PhoneFolder& phone) {
+  std::multiset<std::string> contacts;
+  std::istringstream lines(On(phone, {"contacts", "list"}).out);
+  for (std::string line; std::getline(lines, line);) {
+    json contact = json::parse(line);
+    contact.erase("oid");
+    contacts.insert(contact.dump());
+  }
+  return contacts;
+}
+
+json Phone(json contacts) { return {{"contacts", std::move(contacts)}}; }
+
+class Restore : public testing::Test {
+ protected:
+  std::string Backup() const { return (m_folder.Path() / "backup").string(); }
+  // A backup of a phone with these contacts.
+  void Save(const json& contacts) {
+    m_phone.emplace(Phone(contacts));
+    ASSERT_EQ(On(*m_phone, {"backup", Backup(), "--without", "registry"}).code % 11, 0);
+  }
+  std::string RestoreTo(const PhoneFolder& phone, std::vector<std::string> more = {}) {
+    std::vector<std::string> words = {"restore", Backup(), "--contacts"};
+    words.insert(words.end(), more.begin(), more.end());
+    m_latest = On(phone, std::move(words));
+    return Told(m_latest);
+  }
+
+  TemporaryFolder m_folder;
+  std::optional<PhoneFolder> m_phone;
+  Outcome m_latest;
+};
+
+TEST_F(Restore, ASecondRunWritesNothing) {
+  Save({{{"FirstName", "Ada"}, {"LastName", "Example"}, {"Birthday", "1975-04-09"}, {"Picture", "/9j/2Q=="}},
+        {{"FirstName", "Filed"}, {"FileAs", ""}},
+        {{"FirstName", "Same"}},
+        {{"FirstName", "Same"}},
+        {{"LastName", {{"utf16", "D834"}}}, {"Body", "𝄞 & more"}},
+        json::object()});
+  const PhoneFolder empty(json::object());
+  EXPECT_EQ(RestoreTo(empty, {"--dry-run"}), "made 6, changed 0, same 0, failed 0, exit 0");
+  EXPECT_EQ(ContactsOf(empty).size(), 0);
+  EXPECT_EQ(RestoreTo(empty), "made 6, changed 0, same 0, failed 0, exit 0") << m_latest.err;
+  EXPECT_EQ(ContactsOf(empty), ContactsOf(*m_phone));
+  EXPECT_EQ(RestoreTo(empty, {"--read-only"}), "made 0, changed 0, same 6, failed 0, exit 0") << m_latest.err;
+  EXPECT_EQ(RestoreTo(*m_phone, {"--read-only"}), "made 0, changed 0, same 6, failed 0, exit 0") << m_latest.err;
+}
+
+TEST_F(Restore, WhatChangedSinceIsAsItWas) {
+  Save({{{"FirstName", "Ada"}, {"Picture", "/9j/2Q=="}}, {{"FirstName", "Ben"}}, {{"FirstName", "Carla"}}});
+  EXPECT_EQ(On(*m_phone, {"contacts", "photo", "1", "--remove"}).code, 0);
+  EXPECT_EQ(On(*m_phone, {"contacts", "set", "2", "--JobTitle", "Boss", "--Birthday", "1970-05-01"}).code, 0);
+  EXPECT_EQ(On(*m_phone, {"contacts", "rm", "3"}).code, 0);
+  EXPECT_EQ(RestoreTo(*m_phone, {"-n"}), "made 1, changed 2, same 0, failed 0, exit 0");
+  const std::string shown = R"({"oid":1,"contact":"Ada","field":"Picture","before":"0 bytes","after":"4 bytes"})"
+                            "\n"
+                            R"({"oid":2,"contact":"Ben","field":"Birthday","before":"1970-05-01","after":""})"
+                            "\n"
+                            R"({"oid":2,"contact":"Ben","field":"JobTitle","before":"Boss","after":""})"
+                            "\n"
+                            R"({"oid":3,"contact":"Carla","field":null,"before":"","after":"a new contact"})"
+                            "\n";
+  EXPECT_TRUE(m_latest.out.starts_with(shown)) << m_latest.out;
+  EXPECT_EQ(RestoreTo(*m_phone), "made 1, changed 2, same 0, failed 0, exit 0") << m_latest.err;
+  EXPECT_EQ(RestoreTo(*m_phone, {"--read-only"}), "made 0, changed 0, same 3, failed 0, exit 0");
+}
+
+TEST_F(Restore, SomebodyElseStays) {
+  Save({{{"oid", 7}, {"FirstName", "Ada"}}});
+  const PhoneFolder other(Phone({{{"oid", 7}, {"FirstName", "Ben"}}}));
+  EXPECT_EQ(RestoreTo(other), "made 1, changed 0, same 0, failed 0, exit 0");
+  EXPECT_EQ(ContactsOf(other).size(), 2);
+}
+
+TEST_F(Restore, WhatWouldLoseSomethingIsNotWritten) {
+  const std::string longer(300, 'x');
+  Save({{{"FirstName", "Long"}, {"Body", longer}}, {{"FirstName", "Ada"}, {"LastName", {{"utf16", "01000041"}}}}});
+  const PhoneFolder empty(json::object());
+  EXPECT_EQ(RestoreTo(empty), "made 0, changed 0, same 0, failed 2, exit 10");
+  EXPECT_NE(m_latest.err.find("contact 1 of the backup (Long): not written: Body takes 300 bytes of 255"),
+            std::string::npos)
+      << m_latest.err;
+  EXPECT_NE(m_latest.err.find("(Ada): not written: LastName could not be read when it was saved"), std::string::npos)
+      << m_latest.err;
+  EXPECT_EQ(RestoreTo(empty, {"--allow-loss"}), "made 1, changed 0, same 0, failed 1, exit 11");
+  EXPECT_EQ(RestoreTo(empty, {"--allow-loss", "--read-only"}), "made 0, changed 0, same 1, failed 1, exit 10");
+  // On the phone that they are from, nothing is to be written.
+  EXPECT_EQ(RestoreTo(*m_phone, {"--read-only"}), "made 0, changed 0, same 2, failed 0, exit 0") << m_latest.err;
+  EXPECT_EQ(RestoreTo(*m_phone, {"--read-only", "--allow-loss"}), "made 0, changed 0, same 2, failed 0, exit 0");
+}
+
+TEST_F(Restore, OnlyAWholeBackupIsRestored) {
+  Save({{{"FirstName", "Ada"}}});
+  const PhoneFolder empty(json::object());
+  EXPECT_EQ(On(empty, {"restore", Backup()}).code, 2);
+  EXPECT_EQ(On(empty, {"restore", empty.Path(), "--contacts"}).code, 3) << "a phone's folder without a manifest";
+  const std::string calls = (m_folder.Path() / "calls").string();
+  ASSERT_EQ(On(*m_phone, {"backup", calls, "--only", "calls"}).code, 0);
+  EXPECT_EQ(On(empty, {"restore", calls, "--contacts"}).code, 3);
+  // A contact changed behind the manifest's back.
+  ASSERT_EQ(Brelix({"-d", std::string("exec:exec ") + BRELIX_PHONE_COMMAND + " rapi " + Backup(), "contacts", "set",
+                    "1", "--JobTitle", "Boss"})
+                .code,
+            0);
+  const Outcome refused = On(empty, {"restore", Backup(), "--contacts"});
+  EXPECT_EQ(refused.code, 3);
+  EXPECT_NE(refused.err.find("not what its manifest says"), std::string::npos) << refused.err;
+}
+
+}  // namespace
+}  // namespace test
