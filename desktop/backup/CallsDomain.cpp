@@ -99,8 +99,7 @@ void Take(const Taking& taking) {
   walk.visit = [&](const Walked<Call>& walked) {
     writer.Put(walked.number, walked.document);
     taking.watch.Advance(1);
-    seen++;
-    return true;
+    return ++seen < kMostItems;
   };
   walk.miss = [&](uint64_t number, const Failure& why) {
     writer.losses().Tell(CallWriter::NameOf(number), why.what());

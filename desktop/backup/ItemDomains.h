@@ -36,6 +36,9 @@ class LossTeller {
   const std::string prefix_;
 };
 
+// More calls, and more messages in one folder, than any phone has: one that tells still more never comes to an end.
+inline constexpr uint64_t kMostItems = 1U << 20;
+
 // Whether a phone lists its things by falling time, as a folder will. Told once, at the end.
 class FallingTimes {
  public:

@@ -105,9 +105,8 @@ class MessagesTaker {
         losses_.Tell(who(walked.number), losses);
         kept++;
       });
-      seen++;
       taking_.watch.Advance(1);
-      return true;
+      return ++seen < kMostItems;
     };
     walk.miss = [&](uint64_t number, const Failure& why) {
       losses_.Tell(who(number), why.what());
@@ -115,6 +114,7 @@ class MessagesTaker {
       taking_.watch.Advance(1);
     };
     WalkMessages(store_, account, name, walk);
+    if (seen >= kMostItems) losses_.Tell(path, fmt::format("the phone tells more than {} messages", kMostItems));
     times.Finish(losses_, path);
     KeepCount(id, path, count, store_.SelectFolder(account, name), kept);
   }

@@ -49,7 +49,9 @@ std::optional<std::chrono::local_seconds> ParseWire(std::string_view raw) {
   raw.remove_suffix(1);
   const auto d = TakeLast(raw, 2), m = TakeLast(raw, 2);
   const auto y = raw.size() == 5 && raw[0] == '0' ? std::nullopt : TakeLast(raw, raw.size() == 5 ? 5 : 4);
-  if (!s || !min || !h || !d || !m || !y || !raw.empty() || *h > 23 || *min > 59 || *s > 59) return std::nullopt;
+  constexpr int kLastYear = 30827;  // that a time of the phone can have
+  if (!s || !min || !h || !d || !m || !y || !raw.empty() || *y > kLastYear || *h > 23 || *min > 59 || *s > 59)
+    return std::nullopt;
   const year_month_day day(year(*y), month(static_cast<unsigned>(*m)), std::chrono::day(static_cast<unsigned>(*d)));
   if (!day.ok()) return std::nullopt;
   return local_days(day) + hours(*h) + minutes(*min) + seconds(*s);
