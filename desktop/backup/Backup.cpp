@@ -94,8 +94,8 @@ PhoneIdentity AskIdentity(Session& session) {
 
 BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, const BackupOptions& options,
                          BackupWatch& watch) {
-  BackupFolder folder(target, options.restart);
   try {
+    BackupFolder folder(target, options.restart);
     RunFacts facts{AskIdentity(session), {}};
     for (const Domain* domain : options.domains) facts.domains.emplace_back(domain->name);
     BackupOutcome outcome;
@@ -116,7 +116,7 @@ BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, 
     for (size_t i = 0; i < outcome.domains.size(); i++) outcome.domains[i].entry = outcome.manifest.domains[i];
     return outcome;
   } catch (const SQLite::Exception& error) {
-    Rethrow(error, folder.target());
+    Rethrow(error, target);
   } catch (const std::filesystem::filesystem_error& error) {
     throw Failure(Exit::kLocalFile, fmt::format("{}: {}", error.path1().string(), error.code().message()));
   }

@@ -128,8 +128,8 @@ void PhoneFolder::MakeEmpty(const fs::path& folder) {
   nothing.lines.clear();
   try {
     handset::Store::Create(DatabaseOf(folder), nothing, handset::Store::Made::kUnfinished);
-  } catch (const std::exception& failure) {
-    throw Failure(Exit::kLocalFile, failure.what());
+  } catch (const std::exception&) {
+    Fail(folder, "no database can be made here; make room or choose another place");
   }
 }
 
