@@ -29,11 +29,11 @@ class Matching {
       : backup_(backup), phone_(phone), planned_(backup.size()), done_(backup.size()), taken_(phone.size()) {}
 
   // Matches each with the first that is left of its key; or only those whose key is one of a kind on both sides.
-  void By(const std::function<std::string(const ContactMark&)>& key, Deed deed, bool only_single) {
+  void By(bool whole, const std::function<std::string(const ContactMark&)>& key, Deed deed, bool only_single) {
     const Places ours = Left(backup_, done_, key);
     Places theirs = Left(phone_, taken_, key);
     for (const auto& [text, mine] : ours) {
-      if (only_single && (ours.count(text) > 1 || theirs.count(text) > 1)) continue;
+      if (backup_[mine].whole != whole || (only_single && (ours.count(text) > 1 || theirs.count(text) > 1))) continue;
       const auto found = theirs.lower_bound(text);
       if (found == theirs.end() || found->first != text) continue;
       planned_[mine] = {deed, phone_[found->second]};
@@ -70,12 +70,16 @@ std::vector<PlannedContact> PlanContacts(std::span<const ContactMark> backup, st
     return mark.name.empty() ? std::string() : std::to_string(mark.oid) + " " + mark.name;
   };
   const auto name = [](const ContactMark& mark) { return mark.name; };
-  // Those that stayed where they are first: they keep others alike from taking their place.
-  matching.By([&](const ContactMark& mark) { return std::to_string(mark.oid) + " " + mark.content; }, Deed::kNothing,
-              false);
-  matching.By(content, Deed::kNothing, false);
-  matching.By(same_id, Deed::kChange, false);
-  matching.By(name, Deed::kChange, true);
+  const auto same_place = [](const ContactMark& mark) { return std::to_string(mark.oid) + " " + mark.content; };
+  for (const bool whole : {true, false}) {
+    // Those that stayed where they are first: they keep others alike from taking their place.
+    matching.By(whole, same_place, Deed::kNothing, false);
+    matching.By(whole, content, Deed::kNothing, false);
+  }
+  for (const bool whole : {true, false}) {
+    matching.By(whole, same_id, Deed::kChange, false);
+    matching.By(whole, name, Deed::kChange, true);
+  }
   return matching.Take();
 }
 

@@ -16,6 +16,7 @@ struct ContactMark {
   uint32_t position = 0;  // on the phone
   std::string content;    // a digest of all fields and the picture
   std::string name;       // a digest of who it is; empty for a contact that does not say
+  bool whole = true;      // one that is not finds its like only behind those that are
 };
 
 ContactMark MarkOf(const Contact& contact, uint32_t position);

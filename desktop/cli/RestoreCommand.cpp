@@ -94,7 +94,11 @@ class ContactRestore {
 
   std::vector<PlannedContact> Plan(ContactsClient& contacts) {
     std::vector<ContactMark> saved, there;
-    for (const uint32_t oid : oids_) saved.push_back(backup::MarkOf(Sendable(Load(oid).contact), 0));
+    for (const uint32_t oid : oids_) {
+      Saved contact = Load(oid);
+      saved.push_back(backup::MarkOf(Sendable(std::move(contact.contact)), 0));
+      saved.back().whole = contact.unreadable.empty();
+    }
     Progress progress("reading the phone's contacts", std::nullopt);
     ContactWalk walk = WalkWith(progress);
     walk.visit = [&](const PlacedContact& placed) {

@@ -62,5 +62,13 @@ TEST(ContactPlan, AContactIsChangedOnlyWhereItIsTheSamePerson) {
   EXPECT_EQ(Plan({{1, "", "old"}}, {{1, "", "new"}}), "make") << "nobody's name";
 }
 
+TEST(ContactPlan, AContactWithUnreadableTextsDoesNotTakeAnothersPlace) {
+  auto backup = Marks({{1, "Ada"}, {2, "Ada"}});
+  backup[0].whole = false;
+  const auto planned = PlanContacts(backup, Marks({{1, "Ada"}}));
+  EXPECT_EQ(planned[0].deed, Deed::kMake);
+  EXPECT_EQ(planned[1].deed, Deed::kNothing);
+}
+
 }  // namespace
 }  // namespace test
