@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <memory>
 
 #include "desktop/Text.h"
@@ -126,14 +127,11 @@ void DeclareDiff(CLI::App& app, Action& chosen) {
   diff->add_option("A", words->first, "A device address, or a phone's folder")->required();
   diff->add_option("B", words->second, "The other one")->required();
   const CLI::IsMember known(DomainNames());
-  diff->add_option("--only", words->only, "Compare only this; may be repeated")
-      ->check(known)
-      ->allow_extra_args(false)
-      ->option_text("DOMAIN");
-  diff->add_option("--without", words->without, "Leave this out; may be repeated")
-      ->check(known)
-      ->allow_extra_args(false)
-      ->option_text("DOMAIN");
+  CLI::Option* only = diff->add_option("--only", words->only,
+                                       "Compare only these: " + fmt::format("{}", fmt::join(DomainNames(), ", ")));
+  only->delimiter(',')->check(known)->allow_extra_args(false)->option_text("DOMAIN,...");
+  CLI::Option* without = diff->add_option("--without", words->without, "Leave these out");
+  without->delimiter(',')->check(known)->allow_extra_args(false)->option_text("DOMAIN,...")->excludes(only);
   diff->add_flag("--contents", words->read.contents, "Compare the bytes of files, too");
   diff->add_flag("--all", words->read.all, "Also what changes by itself: clock, memory, power");
   diff->callback([words, &chosen] {

@@ -65,6 +65,7 @@ const std::vector<Words> kCommands = {
     {"registry", "export", "HKLM", "-o", "out/device.reg"},
     {"diff", "HONEST", "PHONE", "--contents"},
     {"raw", "1", "15"},
+    {"backup", "out/backup"},
 };
 
 std::set<std::string> Listing(const fs::path& folder) {
@@ -114,20 +115,11 @@ class Campaign {
 
   void RunOne(const fs::path& place, const fs::path& folder, std::size_t seed, const Words& command) {
     fs::create_directory(folder / "out");
-    const std::string address =
-        fmt::format("exec:{} rapi --no-log --hostile {} {}", BRELIX_PHONE_COMMAND, seed, Phone().string());
-    ChildRun run;
-    run.words = {BRELIX_COMMAND, "--read-only", "--timeout", "0.5", "-d", address};
-    for (const std::string& word : command)
-      run.words.push_back(word == "HONEST" ? Phone().string() : word == "PHONE" ? address : word);
-    run.folder = folder;
-    run.err = place / "err";
-    run.settings = {"TMPDIR=" + (place / "tmp").string(),
-                    fmt::format("ASAN_OPTIONS=exitcode={}:quarantine_size_mb=8", kSanitizerExit)};
-    const Ending ending = RunChild(run);
-    const std::set<std::string> left = LeftBehind(place, folder);
+    const std::string hostile = fmt::format("--hostile {}", seed);
+    Ending ending = RunCommand(place, folder, hostile, command);
+    std::string wrong = Judge(ending, LeftBehind(place, folder));
+    if (wrong.empty() && command[0] == "backup") wrong = JudgeBackup(place, folder, ending);
     fs::remove_all(folder / "out");
-    const std::string wrong = Judge(ending, left);
     const std::lock_guard lock(mutex_);
     exits_[ending.exit]++;
     peak_kib_ = std::max(peak_kib_, ending.peak_kib);
@@ -136,6 +128,37 @@ class Campaign {
     fmt::print("hostile: seed {}: brelix {}: {}\n{}\n", seed, fmt::join(command, " "), wrong,
                ending.err.substr(0, 4000));
     std::fflush(stdout);
+  }
+
+  Ending RunCommand(const fs::path& place, const fs::path& folder, const std::string& how, const Words& command) const {
+    const std::string address = fmt::format("exec:{} rapi --no-log {} {}", BRELIX_PHONE_COMMAND, how, Phone().string());
+    ChildRun run;
+    run.words = {BRELIX_COMMAND, "--read-only", "--timeout", "0.5"};
+    if (command[0] != "verify") run.words.insert(run.words.end(), {"-d", address});
+    for (const std::string& word : command)
+      run.words.push_back(word == "HONEST" ? Phone().string() : word == "PHONE" ? address : word);
+    run.folder = folder;
+    run.err = place / "err";
+    run.settings = {"TMPDIR=" + (place / "tmp").string(),
+                    fmt::format("ASAN_OPTIONS=exitcode={}:quarantine_size_mb=8", kSanitizerExit)};
+    return RunChild(run);
+  }
+
+  // What the liar left is a whole backup or none. An honest phone's backup takes its place or goes on with it, with
+  // what the liar kept back still missing, unless the liar said that it is another phone. `ending` becomes that of what
+  // went wrong.
+  std::string JudgeBackup(const fs::path& place, const fs::path& folder, Ending& ending) const {
+    const bool made = ending.exit == 0 || ending.exit == 11;
+    if (made != fs::exists(folder / "out" / "backup")) return "and the exit code says otherwise about the backup";
+    if (made) {
+      ending = RunCommand(place, folder, "", {"verify", "out/backup"});
+      if (ending.exit != 0) return fmt::format("and the backup does not verify: exit code {}", ending.exit);
+    }
+    ending = RunCommand(place, folder, "", {"backup", "out/backup"});
+    const std::set<int> expected = {0, 2, 3, 11};
+    if (!expected.contains(ending.exit))
+      return fmt::format("and an honest backup behind it ended with exit code {}", ending.exit);
+    return Judge(ending, LeftBehind(place, folder));
   }
 
   // Everything that is where nothing should be, and what in "out" is neither a file nor a folder.
