@@ -23,7 +23,8 @@ class CBluetoothConnection : public CConnectionManager {
   // undone by the destructor only, but for the sockets.
   bool Construct();
   bool Start() override;
-  // Closes both sockets: an accept that waits ends.
+  // Closes both sockets: an accept that waits ends. A read that is under way fails, and that would spend the engine's
+  // stop request; a host program overrides Read and Write so that a desktop counts as gone from Stop on.
   bool Stop() override;
 
   // The service record, SDP data elements. Construct writes the channel into it.

@@ -55,6 +55,12 @@ void Register(Phone& phone, const ce::WSAQUERYSETW& query, const ce::BTHNS_SETBL
   *block.pRecordHandle = handle;
 }
 
+void RefuseWithdrawal(Phone& phone, const ce::WSAQUERYSETW* query) noexcept {
+  if (query == nullptr || query->lpBlob == nullptr || query->lpBlob->pBlobData == nullptr) return;
+  const auto& block = *reinterpret_cast<const ce::BTHNS_SETBLOB*>(query->lpBlob->pBlobData);
+  if (block.pRecordHandle != nullptr) phone.ledger->Refuse(Held::kServiceRecord, *block.pRecordHandle);
+}
+
 }  // namespace
 
 namespace ce {
@@ -129,7 +135,9 @@ INT WSASetServiceW(WSAQUERYSETW* query, INT operation, DWORD flags) {
     }
     return 0;
   };
-  return Enter<Call::WSASetServiceW>(phone, set);
+  return Enter<Call::WSASetServiceW>(phone, set, [&] {
+    if (operation == RNRSERVICE_DELETE) RefuseWithdrawal(phone, query);
+  });
 }
 
 INT BthGetMode(DWORD* mode) {

@@ -61,9 +61,14 @@ void Print(const ShownBox& box) {
 }  // namespace
 
 ce::INT MessageBoxes::Show(std::u16string text, std::u16string caption, ce::DWORD type) {
-  const std::lock_guard lock(m_mutex);
   ShownBox box{std::move(caption), std::move(text), type, 0};
+  std::unique_lock lock(m_mutex);
   if (!m_silent) Print(box);
+  if (m_hold) {
+    lock.unlock();
+    m_hold(box);
+    lock.lock();
+  }
   box.answer = Answer(box);
   m_log.push_back(box);
   return box.answer;

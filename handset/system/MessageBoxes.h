@@ -1,6 +1,7 @@
 // Message boxes: shown on standard error, answered by rules, by the person at the terminal, or with No.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -26,6 +27,9 @@ class MessageBoxes {
   void ClearAnswers();
   // Silent: nothing on standard error, nobody at the terminal is asked.
   void SetSilent(bool silent);
+  // Runs after a box is printed and before it is answered, on the thread that shows it: a program that shows a box as
+  // long as it works stays in it. Set it before there are boxes.
+  void SetHold(std::function<void(const ShownBox&)> hold) { m_hold = std::move(hold); }
 
   std::vector<ShownBox> GetLog() const;
   void ClearLog();
@@ -37,6 +41,7 @@ class MessageBoxes {
   std::vector<BoxAnswer> m_answers;
   std::vector<ShownBox> m_log;
   bool m_silent = false;
+  std::function<void(const ShownBox&)> m_hold;
 };
 
 }  // namespace handset

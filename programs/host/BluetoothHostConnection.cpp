@@ -5,7 +5,7 @@
 namespace {
 
 // The engine sleeps 100 ms at most before it looks.
-constexpr ce::DWORD kGraceMilliseconds = 300;
+constexpr ce::DWORD kGraceMilliseconds = 500;
 
 }  // namespace
 
@@ -14,7 +14,11 @@ CBluetoothHostConnection::CBluetoothHostConnection() = default;
 CBluetoothHostConnection::~CBluetoothHostConnection() = default;
 
 bool CBluetoothHostConnection::Stop() {
-  CStoppableConnection::Stop();
+  CountDesktopAsGone();
   ce::Sleep(kGraceMilliseconds);
-  return CBluetoothConnection::Stop();
+  EndStuckSend();
+  if (GetListeningSocket() != ce::INVALID_SOCKET && ce::closesocket(GetListeningSocket()) == 0) {
+    SetListeningSocket(ce::INVALID_SOCKET);
+  }
+  return true;
 }

@@ -8,7 +8,8 @@ class CBluetoothHostConnection final : public CStoppableConnection<CBluetoothCon
  public:
   CBluetoothHostConnection();
   ~CBluetoothHostConnection() override;
-  // Closes the sockets too, for an accept that waits for a desktop that has left; but only when the engine had the time
-  // to see its stop request, since it would tell the user of a listening socket that is gone.
+  // Gives the engine the time to see its stop request; a socket that goes before that is a failure to be shown. Then it
+  // ends what still waits: a send, by a shutdown, and an accept whose desktop has left, by closing the listening
+  // socket. A desktop's own socket is closed by the engine.
   bool Stop() override;
 };

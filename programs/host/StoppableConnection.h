@@ -13,12 +13,10 @@ class CStoppableConnection : public Base {
  public:
   using Base::Base;
 
-  // A send that is stuck on a desktop that does not read fails. No socket is closed.
+  // No socket is closed.
   bool Stop() override {
-    m_stopping.store(true, std::memory_order_relaxed);
-    if (this->GetExchangeSocket() != ce::INVALID_SOCKET) {
-      ce::shutdown(this->GetExchangeSocket(), ce::SD_SEND);
-    }
+    CountDesktopAsGone();
+    EndStuckSend();
     return true;
   }
   bool Read(std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override {
@@ -26,6 +24,15 @@ class CStoppableConnection : public Base {
   }
   bool Write(const std::uint8_t* buffer, std::int32_t& count, std::int32_t size) override {
     return IsStopping(count) || Base::Write(buffer, count, size);
+  }
+
+ protected:
+  void CountDesktopAsGone() { m_stopping.store(true, std::memory_order_relaxed); }
+  // A send that waits for a desktop that does not read fails, as if the desktop had left.
+  void EndStuckSend() {
+    if (this->GetExchangeSocket() != ce::INVALID_SOCKET) {
+      ce::shutdown(this->GetExchangeSocket(), ce::SD_SEND);
+    }
   }
 
  private:

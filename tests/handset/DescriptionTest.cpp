@@ -74,6 +74,8 @@ const json& OddPhone() {
                  {"queries": 1, "result": "0x80004005"}]}]},
     "outbox": [{"id": 7, "sent": "1601-01-01T00:00:00Z", "to": "", "text": {"utf16": "D800"}, "serviceCentre": "",
                 "options": 2, "class": 1, "replace": 0, "encoding": 2, "queries": 3}],
+    "bluetooth": {"provider": "bluez", "mode": 77, "takenChannels": [1, 30], "takesNoDelay": true,
+                  "records": [{"handle": 1, "hex": ""}, {"handle": 4294967294, "hex": "3500"}]},
     "files": []
   })");
   return kPhone;

@@ -53,7 +53,8 @@ TEST(Schema, accepts_the_demo_phone_and_every_printed_description) {
     "accounts": [{"folders": [{"reportedCount": null, "folders": [{"name": "in"}], "messages": [
       {"sender": {"address": "a"}, "recipients": [{"addressFirst": true}], "hasEntryId": false}]}]}],
     "sms": {"delivery": [{"refused": 1}, {"steps": [{"status": [1, 2]}, {"result": 5}]}]},
-    "outbox": [{"id": 1, "to": "", "text": ""}]})"));
+    "outbox": [{"id": 1, "to": "", "text": ""}],
+    "bluetooth": {"mode": 9, "takenChannels": [30], "records": [{"handle": 1, "hex": "35"}]}})"));
   EXPECT_TRUE(FitsSchema(odd->Describe())) << odd->Describe().dump(1);
   odd->GetFaults().Clear();
 }
@@ -83,6 +84,10 @@ TEST(Schema, agrees_with_init_about_what_is_wrong) {
       R"({"sms": {"delivery": [{"to": "1"}]}})",
       R"({"sms": {"delivery": [{"steps": [{"state": "sent", "result": 1}]}]}})",
       R"({"outbox": [{"id": 1, "to": ""}]})",
+      R"({"bluetooth": {"provider": "other"}})",
+      R"({"bluetooth": {"mode": "on"}})",
+      R"({"bluetooth": {"takenChannels": [31]}})",
+      R"({"bluetooth": {"records": [{"handle": 0, "hex": ""}]}})",
   };
   for (const char* text : kWrong) {
     EXPECT_FALSE(FitsSchema(json::parse(text))) << text;

@@ -6,6 +6,7 @@
 
 #include "handset/Errors.h"
 #include "handset/Handset.h"
+#include "platform/Bluetooth.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -106,6 +107,13 @@ TEST_F(Store, a_phone_of_the_first_version_is_brought_up_to_date_with_all_it_has
   EXPECT_EQ(described["lines"][0]["model"], nullptr);
   EXPECT_EQ(described["registry"][0]["values"][0]["data"], 42);
   EXPECT_EQ(Handset::Open(m_phone)->Describe(), described) << "opened as the new version";
+  EXPECT_EQ(described["bluetooth"]["mode"], "connectable");
+  {
+    const auto phone = Handset::Open(m_phone);
+    const handset::CurrentPhone current(*phone);
+    EXPECT_EQ(ce::BthSetMode(ce::BTH_DISCOVERABLE), 0);
+  }
+  EXPECT_EQ(Handset::Open(m_phone)->Describe()["bluetooth"]["mode"], "discoverable");
   Execute(m_file, "PRAGMA user_version = 0");
   ExpectRefused(m_phone, "unknown version 0");
 }

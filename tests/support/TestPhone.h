@@ -21,12 +21,14 @@ namespace test {
 
 class BarePhone {
  public:
-  explicit BarePhone(const nlohmann::json& description = nlohmann::json::object()) {
+  enum class Time { kVirtual, kReal };
+
+  explicit BarePhone(const nlohmann::json& description = nlohmann::json::object(), Time time = Time::kVirtual) {
     handset::Handset::Init(Folder(), description);
     m_phone = handset::Handset::Open(Folder());
     m_current.emplace(*m_phone);
     m_phone->SetThreads(handset::Threads::kInline);
-    m_phone->GetClock().UseVirtualTime();
+    if (time == Time::kVirtual) m_phone->GetClock().UseVirtualTime();
     m_phone->GetMessageBoxes().SetSilent(true);
   }
 
@@ -71,7 +73,8 @@ class BarePhone {
 // A phone whose process has the agent's library attached: COM is initialised.
 class TestPhone : public BarePhone {
  public:
-  explicit TestPhone(const nlohmann::json& description = nlohmann::json::object()) : BarePhone(description) {
+  explicit TestPhone(const nlohmann::json& description = nlohmann::json::object(), Time time = Time::kVirtual)
+      : BarePhone(description, time) {
     EXPECT_EQ(ce::CoInitializeEx(nullptr, ce::COINIT_MULTITHREADED), ce::S_OK);
   }
   ~TestPhone() { ce::CoUninitialize(); }

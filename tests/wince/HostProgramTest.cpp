@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "platform/User.h"
+#include "programs/host/HostConnection.h"
 #include "programs/host/HostProgram.h"
 #include "programs/phone/ListeningConnection.h"
 #include "tests/support/Bytes.h"
@@ -27,7 +28,9 @@ class HostProgram : public testing::Test {
     getsockname(listening, reinterpret_cast<sockaddr*>(&name), &size);
     desktop = socket(AF_UNIX, SOCK_STREAM, 0);
     EXPECT_EQ(connect(desktop, reinterpret_cast<sockaddr*>(&name), size), 0);
-    return new brelix_phone::CListeningConnection(phone->AdoptSocket(listening));
+    auto* connection = new brelix_phone::CListeningConnection(phone->AdoptSocket(listening));
+    EXPECT_TRUE(connection->Construct());
+    return connection;
   }
   ~HostProgram() override {
     if (desktop >= 0) close(desktop);
@@ -58,13 +61,11 @@ TEST_F(HostProgram, ends_when_the_box_that_says_it_runs_is_closed) {
 }
 
 TEST_F(HostProgram, shows_what_kept_it_from_starting) {
-  // Without Winsock the listening socket cannot be closed.
-  phone.ExpectHeld({handset::Held::kSocket});
-  phone->GetFaults().Add({.call = "WSAStartup", .result = 10091});
-  EXPECT_EQ(RunHost(Connection()), 1);
+  phone->GetFaults().Add({.call = "bind", .result = 10048});
+  EXPECT_EQ(RunHost(NewHostConnection()), 1);
   phone->GetFaults().Add({.call = "IPOutlookApp::Logon", .result = 0x80004005});
   EXPECT_EQ(RunHost(Connection()), 1);
-  EXPECT_EQ(phone.Boxes(), (std::vector<std::u16string>{u"CConnectionManager::Construct()|WSAStartup(): 0000276B",
+  EXPECT_EQ(phone.Boxes(), (std::vector<std::u16string>{u"CBluetoothConnection::Construct()|bind(): 00002740",
                                                         u"CAgentEngine::Construct()|IPOutlookApp->Logon(): 80004005"}));
   EXPECT_EQ(RunHost(nullptr), 1);
 }

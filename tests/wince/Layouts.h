@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/Bluetooth.h"
 #include "platform/CallLog.h"
 #include "platform/Files.h"
 #include "platform/Item.h"
@@ -23,10 +24,16 @@ inline constexpr std::uint32_t kLayouts[] = {
 #define CE_RECORD_32(type, size, alignment) size, alignment,
 #endif
 #define CE_MEMBER(type, member, offset) offsetof(ce::type, member),
+#if UINTPTR_MAX == UINT32_MAX
+#define CE_MEMBER_32 CE_MEMBER
+#else
+#define CE_MEMBER_32(type, member, offset) offset,
+#endif
 #include "tests/wince/Layouts.def"
 #undef CE_RECORD
 #undef CE_RECORD_32
 #undef CE_MEMBER
+#undef CE_MEMBER_32
 };
 
 // Operands of divisions, small and large, in any order.

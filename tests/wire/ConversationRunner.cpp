@@ -1,8 +1,9 @@
 // Runs conversations against an agent and tells where they differ.
 //
-//   conversation_runner --phone-tool brelix-phone [--rapi COMMAND] [--serve COMMAND] FILE...
+//   conversation_runner --phone-tool brelix-phone [--rapi COMMAND] [--serve COMMAND [--serve-at PATH]] FILE...
 //
-// In the commands {phone} stands for the phone's folder and {address} for where to listen.
+// In the commands {phone} stands for the phone's folder and {address} for where to listen; a command that listens where
+// it likes is reached by the socket PATH.
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fstream>
@@ -27,6 +28,7 @@ struct Commands {
   std::string phoneTool;
   std::string rapi;
   std::string serve;
+  std::string serveAt;
 };
 
 std::unique_ptr<Endpoint> StartAgent(const Conversation& conversation, const Commands& commands,
@@ -40,7 +42,8 @@ std::unique_ptr<Endpoint> StartAgent(const Conversation& conversation, const Com
     throw std::runtime_error("the phone could not be made: " + ReadFile(folder / "init.log"));
   }
   if (!conversation.listens) return std::make_unique<StreamEndpoint>(Fill(commands.rapi, "{phone}", phone));
-  const std::string path = (folder / "socket").string();
+  const std::string path =
+      commands.serveAt.empty() ? (folder / "socket").string() : Fill(commands.serveAt, "{phone}", phone);
   return std::make_unique<SocketEndpoint>(Fill(Fill(commands.serve, "{phone}", phone), "{address}", "unix:" + path),
                                           path);
 }
@@ -101,6 +104,7 @@ int main(int argc, char** argv) {
   app.add_option("--phone-tool", commands.phoneTool, "The brelix-phone that makes the phones")->required();
   app.add_option("--rapi", commands.rapi, "Serves {phone} over standard input and output");
   app.add_option("--serve", commands.serve, "Serves {phone}, listening on {address}");
+  app.add_option("--serve-at", commands.serveAt, "The socket by which that is reached");
   app.add_option("FILE", files, "Conversations")->required();
   CLI11_PARSE(app, argc, argv);
   bool good = true;

@@ -46,7 +46,7 @@ bool Serve(handset::Handset& phone, const Options& options) {
   const std::unique_ptr<Module> library = Load(options.library, pe::Kind::kLibrary, options.place);
   if (!options.program.empty()) {
     // Programs prefer the place where this one stands itself.
-    return Load(options.program, pe::Kind::kProgram, Place::kElsewhere, {library.get()})->Run() == 0;
+    return RunProgram(*Load(options.program, pe::Kind::kProgram, Place::kElsewhere, {library.get()}), phone) == 0;
   }
   if (options.host.empty()) return ServeStream(*library, TakeStandardOutput());
   const std::unique_ptr<Module> host = Load(options.host, pe::Kind::kLibrary, options.place, {library.get()});

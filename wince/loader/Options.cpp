@@ -13,7 +13,8 @@ const char kHelp[] =
     "  --check-leaks     at the end, tell what was not given back to the phone; exit 1 if anything\n"
     "  --host LIBRARY    let a host library serve desktops instead, one after the other, until SIGTERM\n"
     "  --listen ADDRESS  where: unix:PATH\n"
-    "  --program FILE    run a host program of the phone instead, and exit as it does\n"
+    "  --program FILE    run a host program of the phone instead, and exit as it does; SIGTERM closes the box that it\n"
+    "                    shows, and a channel of its radio is the socket DIR/bluetooth/channel-N\n"
     "Exit status: 0 served, 1 failed, 2 wrong usage or no library for this phone, 3 a fault inside the library.\n";
 
 namespace {

@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include "handset/net/RapiStream.h"
+#include "handset/system/MessageBoxes.h"
 #include "programs/phone/EndSignals.h"
+#include "programs/phone/HeldBoxes.h"
 #include "programs/phone/ListenAddress.h"
 #include "wince/loader/Crossing.h"
 #include "wince/loader/Proxies.h"
@@ -31,6 +33,12 @@ bool ServeStream(const Module& library, int out) {
       entry, 0, nullptr, &outputSize, &output, stream);
   if (result != 0) Call<void, const char16_t*>(showErrBox, u"BrelXferRAPI");
   return result == 0;
+}
+
+int RunProgram(Module& program, handset::Handset& phone) {
+  const brelix_phone::EndSignals signals;
+  phone.GetMessageBoxes().SetHold(brelix_phone::HoldUntil(signals));
+  return program.Run();
 }
 
 bool ServeHost(const Module& host, handset::Handset& phone, const Options& options) {
