@@ -85,11 +85,25 @@ std::vector<DomainOutcome> Outcomes(const std::vector<const Domain*>& domains, B
 
 }  // namespace
 
+// A fact that a phone does not tell is unknown and stops nothing.
 PhoneIdentity AskIdentity(Session& session) {
   Client phone(session);
-  const PermanentInfo info = phone.PermanentInfo();
-  return {info.manufacturer.value_or(""), info.model.value_or(""), phone.SerialNumber().value_or(""),
-          phone.SubscriberNumber().value_or("")};
+  PhoneIdentity identity;
+  const auto try_to = [](const std::function<void()>& ask) {
+    try {
+      ask();
+    } catch (const Failure& failure) {
+      if (EndsEverything(failure)) throw;
+    }
+  };
+  try_to([&] {
+    const PermanentInfo info = phone.PermanentInfo();
+    identity.manufacturer = info.manufacturer.value_or("");
+    identity.model = info.model.value_or("");
+  });
+  try_to([&] { identity.serial_number = phone.SerialNumber().value_or(""); });
+  try_to([&] { identity.subscriber_number = phone.SubscriberNumber().value_or(""); });
+  return identity;
 }
 
 BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, const BackupOptions& options,
