@@ -22,8 +22,9 @@ constexpr const char* kSwitchedOff =
 constexpr const char* kOutOfRange =
     "the device does not answer: it is out of range or switched off, or its Bluetooth is";
 constexpr const char* kRefused =
-    "the device refused the connection: the pairing was refused, or another desktop is connected already, for a phone "
-    "serves one at a time; pair anew with: bluetoothctl pair {}";
+    "the device refused the connection: nobody listens there, or another desktop is connected already, for a phone "
+    "serves one at a time, or it has forgotten the pairing; make a new one with: bluetoothctl remove {0}, then "
+    "bluetoothctl pair {0}";
 constexpr const char* kNotPaired =
     "the device is not paired with this computer; pair them with: bluetoothctl pair {}, and accept on the phone";
 constexpr const char* kPairingForgotten =
@@ -66,6 +67,7 @@ std::vector<Adapter> Adapters() {
                         (info.flags & kAdapterUp) != 0});
   }
   close(hci);
+  std::ranges::sort(adapters, {}, &Adapter::name);
   return adapters;
 }
 

@@ -14,7 +14,7 @@ struct Adapter {
   bool up = false;
 };
 
-// None where there are none or the kernel has no Bluetooth.
+// By their names. None where there are none or the kernel has no Bluetooth.
 std::vector<Adapter> Adapters();
 
 // The adapter by its name ("hci1") or its own address; without a text any adapter, for which the address is all zero.

@@ -29,7 +29,9 @@ constexpr Row kMeanings[] = {
      "BlueZ is not running; install the package bluez and start it with: systemctl start bluetooth"},
     {"org.freedesktop.DBus.Error.NameHasNoOwner",
      "BlueZ is not running; install the package bluez and start it with: systemctl start bluetooth"},
-    {"org.freedesktop.DBus.Error.Spawn.", "BlueZ cannot be started; see what systemctl status bluetooth says"},
+    {"org.freedesktop.DBus.Error.Spawn.",
+     "BlueZ is not running and cannot be started; install the package bluez, and see what systemctl status bluetooth "
+     "says"},
     {"org.freedesktop.DBus.Error.AccessDenied",
      "this user may not talk to BlueZ; log in at the machine itself or join the group \"bluetooth\""},
     {"org.freedesktop.DBus.Error.NoReply", "BlueZ does not answer; restart it with: systemctl restart bluetooth"},
@@ -88,8 +90,7 @@ class BluezDirectory : public Directory {
                          .name = Get(device, "Name", std::string()),
                          .paired = Get(device, "Paired", false),
                          .connected = Get(device, "Connected", false),
-                         // Those that are more than that have a class of device.
-                         .low_energy_only = !device.contains("Class")});
+                         .low_energy_only = Get(device, "AddressType", std::string()) == "random"});
     });
     return devices;
   }

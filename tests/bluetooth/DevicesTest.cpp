@@ -8,27 +8,27 @@
 #include <signal.h>
 #include <thread>
 
-#include "tests/bluetooth/MockBluez.h"
+#include "tests/bluetooth/PlayedBluez.h"
 
 namespace test {
 namespace {
 
-Outcome Devices(const MockBluez& bluez, std::vector<std::string> more = {}) {
+Outcome Devices(std::vector<std::string> more = {}) {
   std::vector<std::string> words = {BRELIX_COMMAND, "--timeout", "3", "devices", "--scan", "0.2"};
   words.insert(words.end(), more.begin(), more.end());
-  return bluez.Run(words);
+  return Run(words);
 }
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != text.npos; }
 
 // Nothing can be asked: there is no such adapter behind the mock, whatever the computer has.
 TEST(Devices, ListsWhatBluezKnowsAndLooksAround) {
-  MockBluez bluez;
+  PlayedBluez bluez;
   bluez.AddAdapter("hci0", "desk");
   bluez.AddDevice("hci0", "11:22:33:44:55:66", "Phone of\tAda");
   bluez.AddDevice("hci0", "11:22:33:44:55:77", "");
 
-  const Outcome all = Devices(bluez, {"--all", "--json"});
+  const Outcome all = Devices({"--all", "--json"});
   EXPECT_EQ(all.code, 0) << all.err;
   std::vector<nlohmann::json> devices;
   std::istringstream lines(all.out);
@@ -49,16 +49,16 @@ TEST(Devices, ListsWhatBluezKnowsAndLooksAround) {
   EXPECT_LT(start, log.find("StopDiscovery"));
   EXPECT_NE(log.find("bredr"), log.npos) << log;
 
-  const Outcome found = Devices(bluez);
+  const Outcome found = Devices();
   EXPECT_EQ(found.code, 4);
   EXPECT_TRUE(Has(found.err, "no device offers the service \"Brelix SPP\": 0 without it, 2 that could not be asked"))
       << found.err;
 }
 
 TEST(Devices, TellsWhatIsMissing) {
-  MockBluez bluez;
+  PlayedBluez bluez;
   const auto expect = [&](const std::string& part, int code, const std::vector<std::string>& more = {}) {
-    const Outcome outcome = Devices(bluez, more);
+    const Outcome outcome = Devices(more);
     EXPECT_EQ(outcome.code, code) << part;
     EXPECT_EQ(outcome.out, "");
     EXPECT_TRUE(Has(outcome.err, part)) << outcome.err;
@@ -73,9 +73,9 @@ TEST(Devices, TellsWhatIsMissing) {
 }
 
 TEST(Devices, EndsAtAnInterrupt) {
-  MockBluez bluez;
+  PlayedBluez bluez;
   bluez.AddAdapter("hci0", "desk");
-  Process looking = bluez.Start({BRELIX_COMMAND, "devices", "--scan", "200"});
+  Process looking({BRELIX_COMMAND, "devices", "--scan", "200"});
   for (int i = 0; i < 500 && !Has(bluez.Log(), "StartDiscovery"); i++)
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   const Outcome outcome = looking.End(SIGINT);
