@@ -31,6 +31,9 @@ constexpr std::array kErrorNames = std::to_array<ErrorName>({
     {"org.freedesktop.DBus.Error.NameHasNoOwner", Why::kNotRunning},
     {"org.freedesktop.DBus.Error.Spawn.", Why::kNotRunning},
     {"org.freedesktop.systemd1.", Why::kNotRunning},
+    {"org.freedesktop.DBus.Error.NoReply", Why::kNoAnswer},
+    {"org.freedesktop.DBus.Error.Timeout", Why::kNoAnswer},
+    {"System.Error.ETIMEDOUT", Why::kNoAnswer},
     {"org.freedesktop.DBus.Error.AccessDenied", Why::kRefused},
     {"org.freedesktop.DBus.Error.AuthFailed", Why::kRefused},
     {"org.freedesktop.DBus.Error.InteractiveAuthorizationRequired", Why::kRefused},
@@ -74,6 +77,9 @@ std::string SaidBy(const sdbus::Error& error) {
           why,
           "BlueZ is not running: nobody answers for org.bluez on the system bus; install the package bluez "
           "and start it: systemctl start bluetooth");
+    case Why::kNoAnswer:
+      throw BluezError(why,
+                       fmt::format("BlueZ does not answer ({}); see what \"systemctl status bluetooth\" says", said));
     case Why::kRefused:
       throw BluezError(why, fmt::format("D-Bus refuses {} ({}); let this user talk to org.bluez in the system bus's "
                                         "policy, on many systems by adding the user to the group bluetooth",

@@ -23,7 +23,8 @@ class BluezError : public std::runtime_error {
  public:
   enum class Why {
     kNoBus,       // the system bus cannot be reached, or was lost
-    kNotRunning,  // nobody answers for BlueZ
+    kNotRunning,  // nobody is BlueZ
+    kNoAnswer,    // it did not answer, or ended meanwhile
     kRefused,     // the bus's policy does not let us
     kTaken,       // somebody has that profile UUID
     kThere,       // we have registered that path

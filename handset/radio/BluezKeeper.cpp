@@ -16,7 +16,7 @@ using Why = BluezError::Why;
 
 constexpr int kUuidAttempts = 4;
 // What a withdrawal fails with when there is nothing left to withdraw.
-constexpr std::array kGoneWith = {Why::kGone, Why::kNotRunning, Why::kNoBus};
+constexpr std::array kGoneWith = {Why::kGone, Why::kNotRunning, Why::kNoAnswer, Why::kNoBus};
 
 // A random one (version 4): under the UUID of the serial port, BlueZ would take a channel and listen itself.
 std::string NewUuid() {
@@ -254,8 +254,10 @@ void BluezKeeper::Failed(const BluezError& error) {
   }
   // A bus that is lost is so in more than one way.
   const std::string failure = m_bus ? error.what() : "no bus";
-  if (m_lastFailure != failure) Report(fmt::format("{}; it is tried again", error.what()));
-  m_lastFailure = failure;
+  // And a BlueZ that ends leaves a question open: that it stopped is seen at the next look.
+  const bool mayHaveStopped = error.GetWhy() == Why::kNoAnswer && m_retry == m_options.firstRetry;
+  if (m_lastFailure != failure && !mayHaveStopped) Report(fmt::format("{}; it is tried again", error.what()));
+  if (!mayHaveStopped) m_lastFailure = failure;
   m_lookAt = Clock::now() + m_retry;
   m_retry = std::min(2 * m_retry, m_options.longestRetry);
 }

@@ -272,6 +272,21 @@ TEST_F(BluezRadioTest, what_fails_after_a_restart_is_tried_again_ever_more_slowl
   EXPECT_EQ(CountLines("publishing the service: because the test says so; it is tried again"), 1u);
 }
 
+TEST_F(BluezRadioTest, one_question_without_an_answer_is_asked_again_quietly) {
+  std::optional<MockBluez> bluez(std::in_place);
+  BluezRadio radio(Options());
+  radio.Publish(kRecord);
+  bluez.reset();
+  WaitForLine("BlueZ stopped");
+  bluez.emplace(std::vector{MockAdapter{}}, "org.freedesktop.DBus.Error.NoReply", 1);
+  WaitForLine("the service is published again");
+  EXPECT_EQ(Reported().size(), 2u);
+  bluez.reset();
+  WaitFor([&] { return CountLines("BlueZ stopped") == 2; }, "second end");
+  bluez.emplace(std::vector{MockAdapter{}}, "org.freedesktop.DBus.Error.NoReply", 3);
+  WaitForLine("BlueZ does not answer");
+}
+
 TEST_F(BluezRadioTest, a_bus_that_went_away_is_waited_for) {
   std::optional<MockBluez> bluez(std::in_place);
   BluezRadio radio(Options());
