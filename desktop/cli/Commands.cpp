@@ -7,6 +7,7 @@
 #include "desktop/cli/DeviceCommands.h"
 #include "desktop/cli/DevicesCommand.h"
 #include "desktop/cli/DiffCommand.h"
+#include "desktop/cli/DoctorCommand.h"
 #include "desktop/cli/FileCommands.h"
 #include "desktop/cli/MessageCommands.h"
 #include "desktop/cli/RawCommand.h"
@@ -35,6 +36,7 @@ constexpr Group kGroups[] = {
     {"verify", DeclareVerify},
     {"restore", DeclareRestore},
     {"diff", DeclareDiff},
+    {"doctor", DeclareDoctor},
     {"raw", DeclareRaw},
 };
 // clang-format on

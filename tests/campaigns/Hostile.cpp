@@ -65,6 +65,7 @@ const std::vector<Words> kCommands = {
     {"registry", "export", "HKLM", "-o", "out/device.reg"},
     {"diff", "HONEST", "PHONE", "--contents"},
     {"raw", "1", "15"},
+    {"doctor"},
     {"backup", "out/backup"},
 };
 
