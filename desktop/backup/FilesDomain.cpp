@@ -82,11 +82,9 @@ void Find(const Taking& taking, PhoneFiles& files, FileList& list) {
   Batch batch(database);
   database.exec("DELETE FROM file_attributes");
   list.Begin();
-  const Tree tree = WalkTree(files, PhonePath());
-  for (const Problem& problem : tree.problems) taking.watch.Lost(problem);
-  for (const TreeNode& node : tree.nodes) {
+  const Problems problems = WalkNodes(files, PhonePath(), [&](const TreeNode& node) {
     const auto host = HostPath(node.path, taking.watch);
-    if (!host) continue;
+    if (!host) return;
     if (!node.entry.modified) {
       const std::string shown = node.path.ForPeople();
       taking.watch.Lost({shown, shown + ": the phone tells no time of its change; kept with 1 January 1970"});
@@ -94,7 +92,8 @@ void Find(const Taking& taking, PhoneFiles& files, FileList& list) {
     list.Add(node.path, *host, node.entry);
     PutAttributes(database, node.path, node.entry);
     batch.Done();
-  }
+  });
+  for (const Problem& problem : problems) taking.watch.Lost(problem);
   list.Finish();
   batch.Finish();
 }

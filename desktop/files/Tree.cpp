@@ -31,15 +31,19 @@ struct Folder {
 
 class Walk {
  public:
-  Walk(PhoneFiles& files, Tree& tree) : files_(files), tree_(tree) {}
+  Walk(PhoneFiles& files, Problems& problems, const TakeNode& take) : files_(files), problems_(problems), take_(take) {}
 
   // Adds what is in the folder; its folders are still to be looked into.
   void LookInto(const Folder& folder) {
     try {
       std::set<std::u16string> names;
       for (FileEntry& entry : files_.List(folder.path)) Add(folder, std::move(entry), names);
-    } catch (const EntryFailure& failure) {
-      tree_.problems.push_back({folder.path.ForPeople(), failure.what()});
+    } catch (const Failure& failure) {
+      // What is no listing at all costs this folder only.
+      const bool of_this_folder =
+          dynamic_cast<const EntryFailure*>(&failure) != nullptr || failure.code() == Exit::kProtocol;
+      if (!of_this_folder) throw;
+      problems_.push_back({folder.path.ForPeople(), failure.what()});
     }
   }
 
@@ -49,35 +53,51 @@ class Walk {
   void Add(const Folder& folder, FileEntry entry, std::set<std::u16string>& names) {
     const auto leave_out = [&](std::string_view why) {
       const std::string shown = folder.path.ForPeople() + (folder.path.IsRoot() ? "" : "\\") + CleanUtf8(entry.name);
-      tree_.problems.push_back({shown, fmt::format("{}: {}", shown, why)});
+      problems_.push_back({shown, fmt::format("{}: {}", shown, why)});
     };
     if (entry.name.empty()) return leave_out("the phone cannot tell the name of something in here");
     if (!IsName(entry.name)) return leave_out("the phone lists something that is not a name");
     if (!names.insert(Folded(entry.name)).second) return leave_out("the phone lists this name twice");
     if (folder.depth == kDeepest) return leave_out("folders this deep are on no phone");
-    if (tree_.nodes.size() == kMostNodes) throw Failure(Exit::kProtocol, "the phone's folders do not end");
+    if (count_++ >= kMostNodes) {
+      waiting.clear();
+      throw Failure(Exit::kProtocol, "the phone's folders do not end");
+    }
     const PhonePath path = folder.path / entry.name;
     const std::string local = folder.local + LocalName(entry.name);
     if (entry.IsFolder()) waiting.push_back({path, local + "/", folder.depth + 1});
-    tree_.nodes.push_back({path, local, std::move(entry)});
+    take_({path, local, std::move(entry)});
   }
 
   PhoneFiles& files_;
-  Tree& tree_;
+  Problems& problems_;
+  const TakeNode& take_;
+  size_t count_ = 0;
 };
 
 }  // namespace
 
-Tree WalkTree(PhoneFiles& files, const PhonePath& root, const std::function<void(size_t)>& found) {
-  Tree tree;
-  Walk walk(files, tree);
+Problems WalkNodes(PhoneFiles& files, const PhonePath& root, const TakeNode& take,
+                   const std::function<void()>& looked) {
+  Problems problems;
+  Walk walk(files, problems, take);
   walk.waiting.push_back({root, "", 0});
   while (!walk.waiting.empty()) {
     const Folder folder = std::move(walk.waiting.back());
     walk.waiting.pop_back();
     walk.LookInto(folder);
-    if (found) found(tree.nodes.size());
+    if (looked) looked();
   }
+  return problems;
+}
+
+Tree WalkTree(PhoneFiles& files, const PhonePath& root, const std::function<void(size_t)>& found) {
+  Tree tree;
+  const auto looked = [&] {
+    if (found) found(tree.nodes.size());
+  };
+  tree.problems = WalkNodes(
+      files, root, [&](TreeNode node) { tree.nodes.push_back(std::move(node)); }, looked);
   return tree;
 }
 

@@ -18,6 +18,11 @@ struct Tree {
   Problems problems;            // folders that could not be listed, names that lead nowhere
 };
 
+// The same one by one, for who keeps them elsewhere. `looked` is told after each folder. Returns the problems.
+using TakeNode = std::function<void(TreeNode)>;
+Problems WalkNodes(PhoneFiles& files, const PhonePath& root, const TakeNode& take,
+                   const std::function<void()>& looked = {});
+
 // Folders without an end are cut off: no path of a phone is longer than 260 units. `found` is told how many nodes there
 // are after each folder.
 Tree WalkTree(PhoneFiles& files, const PhonePath& root, const std::function<void(size_t)>& found = {});
