@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -38,6 +39,21 @@ RfcommSocketAddress AddressOf(const DeviceAddress& device, uint8_t channel) {
   return address;
 }
 
+// Where the pairing is made on the way, the device may learn of it a moment later than we do and refuse us meanwhile.
+constexpr std::chrono::milliseconds kPairingSettles{700};
+
+// A connected socket.
+int Dial(const Route& route, uint8_t channel, SecurityLevel security, Deadline deadline, CancelFd cancel) {
+  for (bool again = false;; again = true) {
+    Socket socket(SOCK_STREAM, kRfcomm, route);
+    socket.WantSecurity(security);
+    const int error = socket.Connect(AddressOf(route.from, 0), AddressOf(route.to, channel), deadline, cancel);
+    if (error == 0) return socket.Release();
+    if (error != ECONNREFUSED || again) socket.Fail("connect", error);
+    WaitFor(-1, 0, Clock::now() + kPairingSettles, cancel);
+  }
+}
+
 uint8_t LookUpChannel(const Route& route, Deadline deadline, CancelFd cancel) {
   const auto channel = AgentChannel(ReadSerialPorts(AskForSerialPorts(route, deadline, cancel)));
   if (!channel)
@@ -57,10 +73,8 @@ std::unique_ptr<Link> ConnectBluetooth(const std::string& address, Deadline dead
   const Route route{ChooseAdapter(options.adapter), phone.device};
   try {
     const uint8_t channel = phone.channel ? *phone.channel : LookUpChannel(route, deadline, cancel);
-    Socket socket(SOCK_STREAM, kRfcomm, route);
-    socket.WantSecurity(options.insecure ? kLowSecurity : kMediumSecurity);
-    socket.Connect(AddressOf(route.from, 0), AddressOf(route.to, channel), deadline, cancel);
-    return std::make_unique<RfcommLink>(address, cancel, socket.Release());
+    const SecurityLevel security = options.insecure ? kLowSecurity : kMediumSecurity;
+    return std::make_unique<RfcommLink>(address, cancel, Dial(route, channel, security, deadline, cancel));
   } catch (const Failure& failure) {
     if (failure.code() == Exit::kInterrupted) throw;
     throw Failure(failure.code(), fmt::format("{}: {}", address, failure.what()));

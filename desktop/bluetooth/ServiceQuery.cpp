@@ -50,7 +50,8 @@ Bytes Receive(const Socket& socket, Deadline deadline, CancelFd cancel) {
 
 Bytes AskForSerialPorts(const Route& route, Deadline deadline, CancelFd cancel) {
   Socket socket(SOCK_SEQPACKET, kL2cap, route);
-  socket.Connect(AnyPortOf(route.from), DiscoveryAt(route.to), deadline, cancel);
+  const int error = socket.Connect(AnyPortOf(route.from), DiscoveryAt(route.to), deadline, cancel);
+  if (error != 0) socket.Fail("connect", error);
   ServiceSearch search;
   do Send(socket, search.Request(), deadline, cancel);
   while (!search.Take(Receive(socket, deadline, cancel)));

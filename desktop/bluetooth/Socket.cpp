@@ -26,10 +26,10 @@ void Socket::WantSecurity(SecurityLevel level) {
   if (setsockopt(fd_, kSocketLevel, kSecurityOption, &security, sizeof security) != 0) Fail("setsockopt", errno);
 }
 
-void Socket::Connect(const sockaddr* from, const sockaddr* to, socklen_t size, Deadline deadline, CancelFd cancel) {
+int Socket::Connect(const sockaddr* from, const sockaddr* to, socklen_t size, Deadline deadline, CancelFd cancel) {
   if (bind(fd_, from, size) != 0) Fail("bind", errno);
-  if (connect(fd_, to, size) == 0) return;
-  if (errno != EINPROGRESS) Fail("connect", errno);
+  if (connect(fd_, to, size) == 0) return 0;
+  if (errno != EINPROGRESS) return errno;
   if (WaitFor(fd_, POLLOUT, deadline, cancel) == 0)
     throw Failure(Exit::kNoDevice,
                   "no answer in time; where the phone asks for a pairing, accept it there, and give it "
@@ -37,7 +37,7 @@ void Socket::Connect(const sockaddr* from, const sockaddr* to, socklen_t size, D
   int error = 0;
   socklen_t error_size = sizeof error;
   getsockopt(fd_, SOL_SOCKET, SO_ERROR, &error, &error_size);
-  if (error != 0) Fail("connect", error);
+  return error;
 }
 
 }  // namespace brelix::bluetooth

@@ -19,11 +19,12 @@ class Socket {
 
   // Asks for a pairing, which the kernel does on the way where there is none yet.
   void WantSecurity(SecurityLevel level);
-  // From the address of an adapter to that of a device. Throws a no-device failure that says what is wrong.
+  // From the address of an adapter to that of a device; 0, or the error with which it could not be connected. Throws a
+  // no-device failure when the deadline passed.
   template <typename Address>
-  void Connect(const Address& from, const Address& to, Deadline deadline, CancelFd cancel) {
-    Connect(reinterpret_cast<const sockaddr*>(&from), reinterpret_cast<const sockaddr*>(&to), sizeof(Address), deadline,
-            cancel);
+  int Connect(const Address& from, const Address& to, Deadline deadline, CancelFd cancel) {
+    return Connect(reinterpret_cast<const sockaddr*>(&from), reinterpret_cast<const sockaddr*>(&to), sizeof(Address),
+                   deadline, cancel);
   }
 
   int Fd() const { return fd_; }
@@ -31,7 +32,7 @@ class Socket {
   [[noreturn]] void Fail(const char* doing, int error) const;
 
  private:
-  void Connect(const sockaddr* from, const sockaddr* to, socklen_t size, Deadline deadline, CancelFd cancel);
+  int Connect(const sockaddr* from, const sockaddr* to, socklen_t size, Deadline deadline, CancelFd cancel);
 
   const Route route_;
   int fd_ = -1;
