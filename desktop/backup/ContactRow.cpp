@@ -6,7 +6,7 @@
 #include "desktop/Base64.h"
 #include "desktop/Failure.h"
 #include "desktop/backup/RowValues.h"
-#include "handset/Text.h"
+#include "handset/store/RowValues.h"
 #include "handset/store/TimeText.h"
 
 namespace brelix::backup {

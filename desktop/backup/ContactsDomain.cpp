@@ -10,7 +10,6 @@
 #include "desktop/contacts/ContactWalk.h"
 #include "handset/store/PimDescription.h"
 #include "handset/store/PimRows.h"
-#include "platform/PocketOutlook.h"
 
 namespace brelix::backup {
 namespace {
@@ -112,7 +111,7 @@ void TakeAgenda(const Taking& taking) {
 
 void ForEachContact(const PhoneFolder& folder, const RecordSink& sink) {
   SQLite::Statement statement = handset::PrepareContact(folder.database());
-  for (const uint32_t oid : handset::SelectOids(folder.database(), ce::olFolderContacts)) {
+  for (const uint32_t oid : handset::SelectOids(folder.database(), handset::kContactsFolder)) {
     auto contact = handset::SelectContact(statement, oid);
     if (!contact) continue;
     contact->picture = handset::SelectPicture(folder.database(), oid);
@@ -121,7 +120,7 @@ void ForEachContact(const PhoneFolder& folder, const RecordSink& sink) {
 }
 
 void ForEachAppointment(const PhoneFolder& folder, const RecordSink& sink) {
-  for (const uint32_t oid : handset::SelectOids(folder.database(), ce::olFolderCalendar))
+  for (const uint32_t oid : handset::SelectOids(folder.database(), handset::kCalendarFolder))
     if (const auto item = handset::SelectAppointment(folder.database(), oid))
       sink({OidKey(oid), handset::PrintAppointment(*item)});
 }
@@ -142,6 +141,6 @@ const Domain kAgendaDomain = {.name = "agenda",
                               .take = TakeAgenda,
                               .for_each = ForEachAppointment};
 
-static_assert(ce::olFolderContacts == 10 && ce::olFolderCalendar == 9);
+static_assert(handset::kContactsFolder == 10 && handset::kCalendarFolder == 9);
 
 }  // namespace brelix::backup

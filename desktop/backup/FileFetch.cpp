@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // So much may have to be fetched once more after a power cut.
-constexpr size_t kRememberFiles = 256;
+constexpr size_t kRememberFiles = 2048;
 constexpr uint64_t kRememberBytes = 64U << 20;
 // A file may grow while it is read, by not so much. No phone of this kind keeps files of 4 GiB, so a file that goes on
 // behind its size has no end.

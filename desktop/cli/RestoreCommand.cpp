@@ -6,13 +6,11 @@
 
 #include "desktop/Text.h"
 #include "desktop/backup/ContactPlan.h"
-#include "desktop/backup/ContactRow.h"
+#include "desktop/backup/SavedContacts.h"
 #include "desktop/backup/Verify.h"
 #include "desktop/cli/ContactCommands.h"
 #include "desktop/cli/ContactImport.h"
 #include "desktop/cli/Progress.h"
-#include "handset/store/PimRows.h"
-#include "platform/PocketOutlook.h"
 
 namespace brelix::cli {
 namespace {
@@ -21,6 +19,7 @@ using backup::ContactMark;
 using backup::Deed;
 using backup::PhoneFolder;
 using backup::PlannedContact;
+using backup::SavedContact;
 
 struct RestoreWords {
   std::string folder;
@@ -41,19 +40,10 @@ PhoneFolder OpenVerified(const std::string& folder) {
   return PhoneFolder::OpenForReading(folder);
 }
 
-// A contact of the backup, and what of it nobody could read.
-struct Saved {
-  Contact contact;
-  std::vector<std::string> unreadable;
-};
-
 class ContactRestore {
  public:
   ContactRestore(PhoneFolder folder, const RestoreWords& words)
-      : folder_(std::move(folder)),
-        words_(words),
-        statement_(handset::PrepareContact(folder_.database())),
-        oids_(handset::SelectOids(folder_.database(), ce::olFolderContacts)) {}
+      : saved_(std::move(folder)), words_(words), oids_(saved_.oids()) {}
 
   Exit Run(Context& context) {
     context.phone.Start();
@@ -80,13 +70,10 @@ class ContactRestore {
   }
 
  private:
-  Saved Load(uint32_t oid) {
-    auto row = handset::SelectContact(statement_, oid);
-    if (!row) throw Failure(Exit::kLocalFile, fmt::format("{}: changed while it was read", words_.folder));
-    row->picture = handset::SelectPicture(folder_.database(), oid);
-    Saved saved;
-    saved.contact = backup::ContactOfRow(*row, saved.unreadable);
-    return saved;
+  SavedContact Load(uint32_t oid) {
+    auto saved = saved_.Load(oid);
+    if (!saved) throw Failure(Exit::kLocalFile, fmt::format("{}: changed while it was read", words_.folder));
+    return *std::move(saved);
   }
 
   // Where long texts may be cut, contacts that differ in what is cut off count as alike.
@@ -95,7 +82,7 @@ class ContactRestore {
   std::vector<PlannedContact> Plan(ContactsClient& contacts) {
     std::vector<ContactMark> saved, there;
     for (const uint32_t oid : oids_) {
-      Saved contact = Load(oid);
+      SavedContact contact = Load(oid);
       saved.push_back(backup::MarkOf(Sendable(std::move(contact.contact)), 0));
       saved.back().whole = contact.unreadable.empty();
     }
@@ -114,7 +101,7 @@ class ContactRestore {
       same_++;
       return;
     }
-    const Saved saved = Load(oid);
+    const SavedContact saved = Load(oid);
     const Contact sent = Sendable(saved.contact);
     if (const std::string against = Against(saved, sent); !against.empty()) {
       would_lose_++;
@@ -130,7 +117,7 @@ class ContactRestore {
     }
   }
 
-  static std::string Against(const Saved& saved, const Contact& sent) {
+  static std::string Against(const SavedContact& saved, const Contact& sent) {
     std::string text;
     for (const std::string& name : saved.unreadable)
       text +=
@@ -203,9 +190,8 @@ class ContactRestore {
     return failed_ == would_lose_ && made_ + changed_ == 0 ? Exit::kWouldLoseData : Exit::kPartial;
   }
 
-  const PhoneFolder folder_;
+  backup::SavedContacts saved_;
   const RestoreWords words_;
-  SQLite::Statement statement_;
   const std::vector<uint32_t> oids_;
   uint32_t last_position_ = 0;
   size_t made_ = 0, changed_ = 0, same_ = 0, failed_ = 0, would_lose_ = 0;

@@ -13,6 +13,8 @@ using SQLite::Column;
 using SQLite::Database;
 using SQLite::Statement;
 
+static_assert(kCalendarFolder == ce::olFolderCalendar && kContactsFolder == ce::olFolderContacts);
+
 // Self is one of these, const or not. The first column is the object id in each table.
 template <typename Self, typename Visit>
 requires std::same_as<std::remove_const_t<Self>, Contact>

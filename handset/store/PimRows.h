@@ -9,6 +9,10 @@
 
 namespace handset {
 
+// The folders of the column item.folder, by the platform's numbers.
+inline constexpr std::int32_t kCalendarFolder = 9;
+inline constexpr std::int32_t kContactsFolder = 10;
+
 void InsertItems(SQLite::Database& database, const std::vector<Contact>& contacts,
                  const std::vector<Appointment>& appointments);
 // Whole, by object id.
