@@ -72,6 +72,8 @@ class ExecLink : public Link {
   ~ExecLink() override { Close(); }
 
   bool OneSession() const override { return true; }
+  // An agent for one stream reads it byte by byte and waits for each.
+  bool NeedsFiller() const override { return false; }
 
   void Close() override {
     CloseFd(write_fd_);

@@ -45,6 +45,8 @@ class PacketNumbers {
   // Sessions that follow one another should not begin with the same number: late answers would look like ours.
   explicit PacketNumbers(uint16_t seed) : last_(static_cast<uint16_t>(0xF000 | seed)) {}
   uint16_t Next();
+  // One of them, to build a request with whose number is not known yet.
+  static constexpr uint16_t kAny = 0xF000;
 
  private:
   uint16_t last_;

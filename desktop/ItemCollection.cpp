@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "desktop/Stream.h"
 #include "desktop/Wire.h"
 
 namespace brelix {
@@ -9,6 +10,12 @@ namespace {
 
 // A collection that others hold too is closed once for each of them.
 constexpr int kMostHolders = 64;
+
+Bytes NumberData(uint32_t number) {
+  Bytes data;
+  for (const int shift : {24, 16, 8, 0}) data.push_back(static_cast<uint8_t>(number >> shift));
+  return data;
+}
 
 }  // namespace
 
@@ -50,11 +57,20 @@ uint32_t ItemCollection::Count() {
 Result ItemCollection::Ask(uint16_t command, uint32_t number) { return Ask(command, number, {}); }
 
 Result ItemCollection::Ask(uint16_t command, uint32_t number, ByteView more) {
-  Bytes data;
-  data.reserve(4 + more.size());
-  for (const int shift : {24, 16, 8, 0}) data.push_back(static_cast<uint8_t>(number >> shift));
+  Bytes data = NumberData(number);
   data.insert(data.end(), more.begin(), more.end());
   return session_.AskResult(module_, command, data);
+}
+
+void ItemCollection::AskAll(uint32_t count, const std::function<bool(uint32_t, Result)>& take) {
+  Stream stream(session_);
+  bool wanted = true;
+  for (uint64_t next = 1; next <= count && wanted; next++) {
+    const uint32_t position = static_cast<uint32_t>(next);
+    stream.Ask(module_, wire::kGetItem, NumberData(position),
+               [&take, &wanted, position](Result result) { wanted = wanted && take(position, std::move(result)); });
+  }
+  if (wanted) stream.Finish();
 }
 
 }  // namespace brelix

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "desktop/Session.h"
 
@@ -24,6 +25,9 @@ class ItemCollection {
   Result Ask(uint16_t command, uint32_t number);
   // The same with more data behind the number.
   Result Ask(uint16_t command, uint32_t number, ByteView more);
+  // Asks for the item at each position from 1 to the count, ahead of the answers. `take` is told of the answers in that
+  // order; false from it ends the work.
+  void AskAll(uint32_t count, const std::function<bool(uint32_t position, Result)>& take);
 
  private:
   void Close();

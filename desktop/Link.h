@@ -16,13 +16,18 @@ class Link {
   Link(const Link&) = delete;
   Link& operator=(const Link&) = delete;
 
-  // True when bytes were appended, false when the deadline passed first. A link that ended is a failure.
-  bool Read(Bytes& into, Deadline deadline);
-  void Write(ByteView bytes, Deadline deadline);
+  // Appends to `in` what has arrived and takes from the front of `out` what could be written. Waits until either was
+  // possible: false when the deadline passed first. A link that ended is a failure.
+  bool Transfer(Bytes& out, Bytes& in, Deadline deadline);
+  // Takes from the front of `out` what can be written without waiting; false when that is nothing.
+  bool WriteSome(Bytes& out);
   // Ends the stream from this side. May wait a bounded time for what runs at the other end.
   virtual void Close() = 0;
   // Whether the agent at the other end lives for this one session and is told to exit after it.
   virtual bool OneSession() const { return false; }
+  // Whether that agent looks for requests only when bytes have arrived, and sleeps when none have: requests ahead of
+  // their answers are then followed by filler (Stream.h).
+  virtual bool NeedsFiller() const { return true; }
 
   const std::string& address() const { return address_; }
 
@@ -36,10 +41,11 @@ class Link {
 
   int read_fd_ = -1;
   int write_fd_ = -1;
-  bool heard_ = false;    // anything was ever received
-  bool hung_up_ = false;  // poll() said so; a socket of RFCOMM tells of its end once by an error and never again
+  bool heard_ = false;  // anything was ever received
 
  private:
+  bool ReadSome(Bytes& in, bool hung_up);
+
   std::string address_;
   CancelFd cancel_;
 };

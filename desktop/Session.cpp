@@ -14,13 +14,18 @@ constexpr milliseconds kNudgeAfter{500};
 constexpr milliseconds kLeaveTakes{2000};
 constexpr int kMostStrangers = 4096;  // more requests than fit into an agent's buffer twice over
 constexpr int kMostHandshakes = 4;
+constexpr int kManyStrangers = 3;
+constexpr const char* kTakesNoBytes = "the phone takes no bytes; it may be out of reach (--timeout waits longer)";
 
 std::string Seconds(milliseconds time) { return fmt::format("{:g} s", static_cast<double>(time.count()) / 1000); }
 
 }  // namespace
 
 Session::Session(std::unique_ptr<Link> link, Options options)
-    : link_(std::move(link)), options_(std::move(options)), numbers_(static_cast<uint16_t>(std::random_device{}())) {}
+    : link_(std::move(link)),
+      options_(std::move(options)),
+      numbers_(static_cast<uint16_t>(std::random_device{}())),
+      needs_filler_(link_->NeedsFiller()) {}
 
 Session::~Session() { Close(); }
 
@@ -28,22 +33,85 @@ void Session::Fail(Exit code, const std::string& what) const {
   throw Failure(code, fmt::format("{}: {}", address(), what));
 }
 
-uint16_t Session::Send(uint16_t module, uint16_t command, ByteView data, Deadline deadline) {
+void Session::FailLate() const {
+  if (!reader_.rest().empty())
+    Fail(Exit::kLinkLost, fmt::format("the answer broke off after {} bytes (waited {})", reader_.rest().size(),
+                                      Seconds(options_.timeout)));
+  Fail(Exit::kLinkLost, fmt::format("no answer within {} (--timeout waits longer)", Seconds(options_.timeout)));
+}
+
+void Session::FailNumber(uint16_t came, uint16_t expected) const {
+  Fail(Exit::kProtocol, fmt::format("an answer came with packet number 0x{:04X} instead of 0x{:04X}", came, expected));
+}
+
+void Session::NeedPermission(uint16_t module, uint16_t command) const {
+  if (options_.read_only && !wire::OnlyReads(module, command))
+    Fail(Exit::kUsage, fmt::format("module {} command {} may change the phone and --read-only (BRELIX_READ_ONLY) is "
+                                   "given; nothing was sent",
+                                   module, command));
+}
+
+// Gives the frame a number and adds it to what is to be written.
+uint16_t Session::Queue(Bytes& frame) {
   if (!alive_) Fail(Exit::kLinkLost, "the connection was lost before");
   const uint16_t number = numbers_.Next();
-  const Bytes frame = BuildRequest(module, command, data, number);
+  frame[frame.size() - 6] = static_cast<uint8_t>(number >> 8);
+  frame[frame.size() - 5] = static_cast<uint8_t>(number);
   if (options_.trace) options_.trace->Sent(frame);
   given_up_.erase(number);
-  reader_.Expect(number);
-  link_->Write(frame, deadline);
+  out_.insert(out_.end(), frame.begin(), frame.end());
   return number;
 }
 
-// One byte that an agent drops as garbage, but whose arrival makes it look at what it holds.
-void Session::Nudge(Deadline deadline) {
-  const Bytes nudge{0};
-  if (options_.trace) options_.trace->Loose(">", nudge);
-  link_->Write(nudge, deadline);
+// Bytes that an agent drops as garbage, but whose arrival makes it look at what it holds.
+void Session::QueueFiller(size_t bytes) {
+  if (options_.trace) options_.trace->Filler(bytes);
+  out_.insert(out_.end(), bytes, 0);
+}
+
+void Session::Flush(Deadline deadline) {
+  while (!out_.empty())
+    if (!Transfer(deadline)) Fail(Exit::kLinkLost, kTakesNoBytes);
+}
+
+uint16_t Session::Send(uint16_t module, uint16_t command, ByteView data, Deadline deadline) {
+  Bytes frame = BuildRequest(module, command, data, PacketNumbers::kAny);
+  const uint16_t number = Queue(frame);
+  reader_.Expect(number);
+  Flush(deadline);
+  return number;
+}
+
+// Moves an agent on that holds requests of others. One byte for each; for one that holds many, as many as it takes to
+// answer them all: it holds at most kMaxRequest bytes and looks for the next request whenever it finds a byte.
+void Session::Urge(int strangers) {
+  const bool at_once = strangers == kManyStrangers && needs_filler_;
+  QueueFiller(at_once ? wire::kMaxRequest - 2 * wire::kFrameOverhead + 1 : 1);
+}
+
+bool Session::Transfer(Deadline deadline) {
+  try {
+    in_.clear();
+    const bool moved = link_->Transfer(out_, in_, deadline);
+    reader_.Feed(in_);
+    return moved;
+  } catch (const Failure& failure) {
+    reader_.Feed(in_);
+    // What is still asked after an interrupt only tidies up.
+    if (failure.code() == Exit::kInterrupted)
+      options_.timeout = std::min(options_.timeout, kLeaveTakes);
+    else
+      alive_ = false;
+    throw;
+  }
+}
+
+void Session::WriteSome() {
+  try {
+    if (!out_.empty()) link_->WriteSome(out_);
+  } catch (const Failure&) {
+    // The link is gone; what has come before that is read first, and then says so.
+  }
 }
 
 std::optional<Frame> Session::Received(std::optional<Frame> frame) {
@@ -51,20 +119,15 @@ std::optional<Frame> Session::Received(std::optional<Frame> frame) {
   return frame;
 }
 
-// Nothing when the time is up.
+// Nothing when the time is up. What is queued is written meanwhile.
 std::optional<Frame> Session::NextFrame(Deadline until) {
-  Bytes arrived;
   for (;;) {
     if (auto frame = Received(reader_.Next(ReplyReader::LinkState::kFlowing))) return frame;
     try {
-      arrived.clear();
-      if (link_->Read(arrived, std::min(until, Clock::now() + wire::kQuiet))) {
-        reader_.Feed(arrived);
-        continue;
-      }
-    } catch (const Failure& failure) {
-      if (failure.code() == Exit::kInterrupted) throw;
-      alive_ = false;  // nothing more can come, so what is held may be whole after all
+      if (Transfer(std::min(until, Clock::now() + wire::kQuiet))) continue;
+    } catch (const Failure&) {
+      if (alive_) throw;
+      // Nothing more can come, so what is held may be whole after all.
       if (auto frame = Received(reader_.Next(ReplyReader::LinkState::kQuiet))) return frame;
       throw;
     }
@@ -91,7 +154,7 @@ Frame Session::AwaitHandshake(Deadline deadline) {
       continue;
     }
     if (frame) swallowed = true;
-    Nudge(deadline);
+    Urge(strangers);
   }
   if (strangers > 0) Fail(Exit::kProtocol, fmt::format("{} answers came, but none to the handshake", strangers));
   if (!reader_.rest().empty())
@@ -101,19 +164,16 @@ Frame Session::AwaitHandshake(Deadline deadline) {
 }
 
 Frame Session::AwaitNumber(uint16_t number, Deadline deadline) {
+  int strangers = 0;
   while (Clock::now() < deadline) {
     auto frame = NextFrame(std::min(deadline, Clock::now() + kNudgeAfter));
     if (frame && frame->number == number) return *frame;
-    if (frame && !given_up_.contains(frame->number))
-      Fail(Exit::kProtocol,
-           fmt::format("an answer came with packet number 0x{:04X} instead of 0x{:04X}", frame->number, number));
+    if (frame && !given_up_.contains(frame->number)) FailNumber(frame->number, number);
+    if (frame) strangers++;
     // Our request may stand behind one that is answered only now.
-    if (!given_up_.empty() && Clock::now() < deadline) Nudge(deadline);
+    if (!given_up_.empty() && Clock::now() < deadline) Urge(strangers);
   }
-  if (!reader_.rest().empty())
-    Fail(Exit::kLinkLost, fmt::format("the answer broke off after {} bytes (waited {})", reader_.rest().size(),
-                                      Seconds(options_.timeout)));
-  Fail(Exit::kLinkLost, fmt::format("no answer within {} (--timeout waits longer)", Seconds(options_.timeout)));
+  FailLate();
 }
 
 Reply Session::Classify(uint16_t module, uint16_t command, Frame frame) const {
@@ -127,13 +187,12 @@ Reply Session::Classify(uint16_t module, uint16_t command, Frame frame) const {
 }
 
 Reply Session::Exchange(uint16_t module, uint16_t command, ByteView data, milliseconds timeout) {
+  if (streams_) Fail(Exit::kUnexpected, "one request was to be asked in the middle of a stream of others");
   const Deadline deadline = Clock::now() + timeout;
   const uint16_t number = Send(module, command, data, deadline);
   try {
     return Classify(module, command, AwaitNumber(number, deadline));
-  } catch (const Failure& failure) {
-    // What is still asked after an interrupt only tidies up.
-    if (failure.code() == Exit::kInterrupted) options_.timeout = std::min(options_.timeout, kLeaveTakes);
+  } catch (const Failure&) {
     given_up_.insert(number);
     if (options_.trace) options_.trace->Loose("<", reader_.rest());
     throw;
@@ -141,10 +200,7 @@ Reply Session::Exchange(uint16_t module, uint16_t command, ByteView data, millis
 }
 
 Reply Session::Ask(uint16_t module, uint16_t command, ByteView data) {
-  if (options_.read_only && !wire::OnlyReads(module, command))
-    Fail(Exit::kUsage, fmt::format("module {} command {} may change the phone and --read-only (BRELIX_READ_ONLY) is "
-                                   "given; nothing was sent",
-                                   module, command));
+  NeedPermission(module, command);
   const bool system = module == wire::kSystem;
   if (system && command == wire::kOpen) opened_ = true;  // from here on it may be open, whatever is answered
   if (system && command == wire::kExit) exited_ = link_->OneSession();
@@ -153,22 +209,21 @@ Reply Session::Ask(uint16_t module, uint16_t command, ByteView data) {
   return reply;
 }
 
-uint32_t Session::ResultOf(uint16_t module, uint16_t command, const Reply& reply) const {
+Result Session::ResultOf(uint16_t module, uint16_t command, Reply reply) const {
   const auto what = fmt::format("module {} command {}", module, command);
   if (reply.kind == Reply::Kind::kRefused) Fail(Exit::kRefused, what + " was refused: the session is not allowed");
   if (reply.kind == Reply::Kind::kDefault)
     Fail(Exit::kRefused, what + " is not served by this agent, or not in this state of the session");
-  if (reply.frame.data.size() < 4)
-    Fail(Exit::kProtocol,
-         fmt::format("the answer to {} has {} bytes, too few for a result", what, reply.frame.data.size()));
-  return Read32(reply.frame.data, 0);
+  Bytes& data = reply.frame.data;
+  if (data.size() < 4)
+    Fail(Exit::kProtocol, fmt::format("the answer to {} has {} bytes, too few for a result", what, data.size()));
+  const uint32_t code = Read32(data, 0);
+  data.erase(data.begin(), data.begin() + 4);
+  return {code, std::move(data)};
 }
 
 Result Session::AskResult(uint16_t module, uint16_t command, ByteView data) {
-  Reply reply = Ask(module, command, data);
-  const uint32_t code = ResultOf(module, command, reply);
-  reply.frame.data.erase(reply.frame.data.begin(), reply.frame.data.begin() + 4);
-  return {code, std::move(reply.frame.data)};
+  return ResultOf(module, command, Ask(module, command, data));
 }
 
 Bytes Session::Answer(uint16_t module, uint16_t command, ByteView data) {
@@ -189,7 +244,7 @@ void Session::Handshake() {
     if (options_.trace) options_.trace->Loose("<", reader_.rest());
     throw;
   }
-  const uint32_t result = ResultOf(wire::kSystem, wire::kHandshake, reply);
+  const uint32_t result = ResultOf(wire::kSystem, wire::kHandshake, std::move(reply)).code;
   if (result == wire::kRefusedResult)
     options_.warn(address() + ": another session is open on this phone; going on all the same");
   else if (result != 0)

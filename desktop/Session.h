@@ -10,6 +10,7 @@
 
 #include "desktop/Link.h"
 #include "desktop/Trace.h"
+#include "desktop/Wire.h"
 
 namespace brelix {
 
@@ -34,7 +35,8 @@ class Session {
   struct Options {
     std::chrono::milliseconds timeout{10000};  // for each answer
     Trace* trace = nullptr;
-    bool read_only = false;  // refuse, as a usage failure, to send what may change the phone
+    bool read_only = false;         // refuse, as a usage failure, to send what may change the phone
+    size_t window = wire::kWindow;  // requests of a stream under way at a time; 1 to ask one by one
     std::function<void(const std::string&)> warn = [](const std::string&) {};
   };
 
@@ -58,22 +60,35 @@ class Session {
   const std::string& address() const { return link_->address(); }
 
  private:
+  friend class Stream;
+
   [[noreturn]] void Fail(Exit code, const std::string& what) const;
+  [[noreturn]] void FailLate() const;
+  [[noreturn]] void FailNumber(uint16_t came, uint16_t expected) const;
+  void NeedPermission(uint16_t module, uint16_t command) const;
+  uint16_t Queue(Bytes& frame);
+  void QueueFiller(size_t bytes);
+  void Flush(Deadline deadline);
   uint16_t Send(uint16_t module, uint16_t command, ByteView data, Deadline deadline);
-  void Nudge(Deadline deadline);
+  void Urge(int strangers);
+  bool Transfer(Deadline deadline);
+  void WriteSome();
   std::optional<Frame> NextFrame(Deadline until);
   std::optional<Frame> Received(std::optional<Frame> frame);
   Frame AwaitHandshake(Deadline deadline);
   Frame AwaitNumber(uint16_t number, Deadline deadline);
   Reply Exchange(uint16_t module, uint16_t command, ByteView data, std::chrono::milliseconds timeout);
   Reply Classify(uint16_t module, uint16_t command, Frame frame) const;
-  uint32_t ResultOf(uint16_t module, uint16_t command, const Reply& reply) const;
+  Result ResultOf(uint16_t module, uint16_t command, Reply reply) const;
   void TakeLeave();
 
   std::unique_ptr<Link> link_;
   Options options_;
   PacketNumbers numbers_;
   ReplyReader reader_;
+  Bytes out_, in_;               // not written yet; just arrived
+  bool needs_filler_;            // see Link::NeedsFiller
+  bool streams_ = false;         // a stream has the word
   std::set<uint16_t> given_up_;  // numbers whose answers may still come and are not wanted any more
   bool allowed_ = false;
   bool opened_ = false;

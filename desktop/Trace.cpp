@@ -88,6 +88,8 @@ void Trace::Loose(std::string_view direction, ByteView bytes) {
   if (!bytes.empty()) Write(direction, fmt::format("{} bytes that are no frame", bytes.size()), bytes);
 }
 
+void Trace::Filler(size_t bytes) { Write(">", fmt::format("{} bytes of filler, all 00", bytes), {}); }
+
 void Trace::Finish() {
   if (!file_) return;
   const bool written = std::ferror(file_.get()) == 0;

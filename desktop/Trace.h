@@ -20,6 +20,7 @@ class Trace {
   void Received(const Frame& frame);
   // Bytes that are no frame: what nudges an agent, or what is left of an answer that never became whole.
   void Loose(std::string_view direction, ByteView bytes);
+  void Filler(size_t bytes);
   // Throws a local-file failure when something could not be written.
   void Finish();
 

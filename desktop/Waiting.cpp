@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstring>
 #include <fmt/format.h>
-#include <poll.h>
 #include <unistd.h>
+#include <vector>
 
 #include "desktop/Failure.h"
 
@@ -19,18 +19,26 @@ int MillisecondsUntil(Deadline deadline) {
 
 }  // namespace
 
-short WaitFor(int fd, short events, Deadline deadline, CancelFd cancel) {
+bool WaitForAny(std::span<pollfd> polled, Deadline deadline, CancelFd cancel) {
+  std::vector<pollfd> all(polled.begin(), polled.end());
+  all.push_back({cancel, POLLIN, 0});
   for (;;) {
-    pollfd polled[] = {{fd, events, 0}, {cancel, POLLIN, 0}};
-    const int ready = poll(polled, 2, MillisecondsUntil(deadline));
+    const int ready = poll(all.data(), all.size(), MillisecondsUntil(deadline));
     if (ready < 0 && errno != EINTR) throw Failure(Exit::kUnexpected, fmt::format("poll: {}", std::strerror(errno)));
-    if (ready > 0 && polled[1].revents != 0) {
+    if (ready > 0 && all.back().revents != 0) {
       char taken;
       if (read(cancel, &taken, 1) == 1) throw Failure(Exit::kInterrupted, "interrupted");
     }
-    if (ready > 0 && polled[0].revents != 0) return polled[0].revents;
-    if (Clock::now() >= deadline) return 0;
+    std::copy(all.begin(), all.end() - 1, polled.begin());
+    const auto said = [](const pollfd& each) { return each.revents != 0; };
+    if (ready > 0 && std::any_of(polled.begin(), polled.end(), said)) return true;
+    if (Clock::now() >= deadline) return false;
   }
+}
+
+short WaitFor(int fd, short events, Deadline deadline, CancelFd cancel) {
+  pollfd polled{fd, events, 0};
+  return WaitForAny({&polled, 1}, deadline, cancel) ? polled.revents : 0;
 }
 
 }  // namespace brelix

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <chrono>
+#include <poll.h>
+#include <span>
 
 namespace brelix {
 
@@ -11,6 +13,9 @@ using Deadline = Clock::time_point;
 // A descriptor that yields one byte per interrupt, or -1. Whoever sees the byte takes it and fails with kInterrupted,
 // so a first interrupt stops the work and a second one stops the tidying up.
 using CancelFd = int;
+
+// Waits until poll() says something of one of the descriptors; false when the deadline passed first.
+bool WaitForAny(std::span<pollfd> polled, Deadline deadline, CancelFd cancel);
 
 // What poll() says of the descriptor, 0 when the deadline passed first. With -1 for a descriptor it only waits.
 short WaitFor(int fd, short events, Deadline deadline, CancelFd cancel);

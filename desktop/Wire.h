@@ -92,6 +92,10 @@ inline constexpr uint32_t kMoreData = 234;
 
 inline constexpr size_t kFileChunk = 16364;  // bytes of a file in one answer, at most
 
+// Requests that a stream has under way at a time. Of 16 bytes each they fill an agent's buffer twice.
+inline constexpr size_t kWindow = 2048;
+inline constexpr size_t kMostWindow = 4000;  // of 4080 packet numbers
+
 // How long a link must be silent before an answer whose end is not certain is taken as complete.
 inline constexpr std::chrono::milliseconds kQuiet{300};
 

@@ -15,8 +15,10 @@ class Agenda {
   // The appointment at a position from 1 to Count(). What the phone cannot read of its own is a phone error, and
   // a document that is no appointment breaks the protocol; the others can still be read.
   Appointment Get(uint32_t position);
-  // The same as the phone's document.
-  Bytes Document(uint32_t position);
+  // The phone's documents at the positions 1 to the count, asked for ahead. `get` throws what Get throws; false from
+  // `visit` ends the work.
+  using Document = std::function<Bytes()>;
+  void All(uint32_t count, const std::function<bool(uint32_t position, const Document& get)>& visit);
 
  private:
   ItemCollection items_;

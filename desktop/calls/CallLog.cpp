@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <fmt/format.h>
+#include <utility>
 
 #include "desktop/Elements.h"
+#include "desktop/Stream.h"
 #include "desktop/Text.h"
 #include "desktop/Wire.h"
 
@@ -14,6 +16,8 @@ namespace {
 constexpr std::array<ElementRule, 3> kTexts = {{{"number", 0}, {"phonetype", 1}, {"name", 2}}};
 constexpr std::array<std::string_view, 3> kProgress = {"connected", "ended", "roaming"};
 constexpr std::array<std::string_view, 3> kCallerIds = {"unavailable", "blocked", "available"};
+
+constexpr uint64_t kCountWraps = 65536;  // a phone tells the number of entries modulo this
 
 std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
@@ -103,42 +107,79 @@ uint32_t CallLog::Rewind() {
   if (data.size() < 2)
     throw Failure(Exit::kProtocol, fmt::format("{}: the answer to counting calls has {} bytes instead of 6",
                                                session_.address(), data.size() + 4));
-  stuck_ = false;
   return Read16(data, 0);
 }
 
-std::optional<Bytes> CallLog::NextDocument() {
-  // An entry that cannot be read does not move the phone's cursor.
-  if (stuck_ && session_.AskResult(wire::kCallLog, wire::kNextCall).code != 0) return std::nullopt;
-  Result read = session_.AskResult(wire::kCallLog, wire::kReadCall);
-  stuck_ = read.code != 0;
-  if (read.code == wire::kRefusedResult) return std::nullopt;
-  if (stuck_) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
-  return std::move(read.data);
-}
+namespace {
 
-std::optional<Call> CallLog::Next() {
-  const auto document = NextDocument();
-  if (!document) return std::nullopt;
-  return ReadCall(AsText(*document));
-}
+// Entries are asked for ahead. One that cannot be read does not move the phone's cursor, so that all that were asked
+// for behind it fail as well; then the cursor is moved on and asking goes on.
+class Reader {
+ public:
+  Reader(Session& session, uint32_t count, const ItemWalk<Call>& walk) : stream_(session), total_(count), walk_(walk) {}
 
-uint64_t WalkCalls(CallLog& log, const ItemWalk<Call>& walk) {
-  Misses misses("call");
-  const uint32_t count = log.Rewind();
-  if (count == 0) return 0;  // reading would be the phone's error
-  for (uint64_t number = 1;; number++) {
+  uint64_t Run() {
+    while (!ended_) {
+      while (!ended_ && !failure_ && (under_way_ == 0 || number_ + under_way_ <= total_)) Read();
+      stream_.Finish();
+      if (failure_) PassOver();
+    }
+    return misses_.count();
+  }
+
+ private:
+  void Read() {
+    under_way_++;
+    stream_.Ask(wire::kCallLog, wire::kReadCall, {}, [this](const Result& read) {
+      under_way_--;
+      if (ended_) return;
+      if (read.code == 0) return Take(read.data);
+      if (read.code == wire::kRefusedResult)
+        ended_ = true;
+      else if (!failure_)
+        failure_ = Failure(Exit::kPhoneError, PhoneErrorText(read.code));
+    });
+  }
+
+  void Step() {
+    if (++number_ > total_) total_ += kCountWraps;
+    walk_.step(total_);
+  }
+
+  void Take(const Bytes& document) {
+    failure_.reset();  // the phone could read it after all
+    Step();
     try {
-      const auto document = log.NextDocument();
-      if (!document) break;
-      walk.step(std::max<uint64_t>(count, number));
-      if (!walk.visit({number, ReadCall(AsText(*document)), AsText(*document)})) break;
-      misses.Read();
+      ended_ = !walk_.visit({number_, ReadCall(AsText(document)), AsText(document)});
+      misses_.Read();
     } catch (const Failure& failure) {
-      misses.Miss(number, failure, walk.miss);
+      misses_.Miss(number_, failure, walk_.miss);
     }
   }
-  return misses.count();
+
+  void PassOver() {
+    const Failure failure = *std::exchange(failure_, std::nullopt);
+    Step();
+    misses_.Miss(number_, failure, walk_.miss);
+    stream_.Ask(wire::kCallLog, wire::kNextCall, {}, [this](const Result& moved) { ended_ = moved.code != 0; });
+  }
+
+  Stream stream_;
+  uint64_t total_;
+  const ItemWalk<Call>& walk_;
+  Misses misses_{"call"};
+  uint64_t number_ = 0;     // of the last entry that was told of
+  uint64_t under_way_ = 0;  // entries asked for and not answered
+  std::optional<Failure> failure_;
+  bool ended_ = false;
+};
+
+}  // namespace
+
+uint64_t WalkCalls(CallLog& log, const ItemWalk<Call>& walk) {
+  const uint32_t count = log.Rewind();
+  if (count == 0) return 0;  // reading would be the phone's error
+  return Reader(log.session_, count, walk).Run();
 }
 
 }  // namespace brelix

@@ -35,15 +35,11 @@ class CallLog {
 
   // Goes to the newest entry; the number of entries modulo 65536.
   uint32_t Rewind();
-  // The entry under the phone's cursor, which moves on; nothing behind the last. An entry that cannot be read is a
-  // phone-error or protocol failure, after which the next call reads the next entry.
-  std::optional<Call> Next();
-  // The same as the phone's document.
-  std::optional<Bytes> NextDocument();
 
  private:
+  friend uint64_t WalkCalls(CallLog& log, const ItemWalk<Call>& walk);
+
   Session& session_;
-  bool stuck_ = false;  // the cursor still stands on an entry that could not be read
 };
 
 // All entries from the newest on, after going to it. Returns how many could not be read. Throws when so many in a row

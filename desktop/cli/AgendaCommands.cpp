@@ -53,19 +53,14 @@ bool Chosen(const AgendaRequest& request, const Appointment& item) {
 template <typename Use>
 Exit ForEach(Context& context, const AgendaRequest& request, Use use) {
   Agenda agenda(context.session);
-  const uint32_t count = agenda.Count();
-  Progress progress("agenda", count);
+  Progress progress("agenda", std::nullopt);
   BadItems bad("appointment");
   bool complete = true;
-  uint32_t position = 0;
-  const auto next = [&]() -> std::optional<Appointment> {
-    if (position == count) return std::nullopt;
-    progress.Advance();
-    return agenda.Get(++position);
-  };
-  bad.Run(next, [&](const Appointment& item) {
-    if (Chosen(request, item) && !use(position, item)) complete = false;
+  ItemWalk<Appointment> walk = bad.Walk<Appointment>([&](uint64_t position, const Appointment& item) {
+    if (Chosen(request, item) && !use(static_cast<uint32_t>(position), item)) complete = false;
   });
+  walk.step = [&](uint64_t total) { progress.Step(total); };
+  WalkAppointments(agenda, walk);
   const Exit outcome = bad.Outcome();
   return complete ? outcome : Exit::kPartial;
 }

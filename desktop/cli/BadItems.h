@@ -1,12 +1,12 @@
 // What of a long run could not be read: told as it happens, counted, and the reason for the exit code. One bad item
-// does not stop a run; a link that is lost, or a phone that fails on and on, does.
+// does not stop a run.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
-#include "desktop/Failure.h"
+#include "desktop/ItemWalk.h"
 
 namespace brelix::cli {
 
@@ -15,27 +15,28 @@ class BadItems {
   // What an item is called: "call", "message".
   explicit BadItems(std::string what) : what_(std::move(what)) {}
 
-  // Takes what `next` gives until it gives nothing. Throws what ends the run.
-  template <typename Next, typename Take>
-  void Run(Next next, Take take) {
-    while (Read([&] {
-      const auto item = next();
-      if (item) take(*item);
-      return item.has_value();
-    }))
-      continue;
+  // A walk that tells of what it cannot read and gives the rest to `take`, with its number. It may be followed by
+  // another.
+  template <typename Item, typename Take>
+  ItemWalk<Item> Walk(Take take) {
+    ItemWalk<Item> walk;
+    walk.visit = [this, take](const Walked<Item>& walked) {
+      tried_++;
+      take(walked.number, walked.item);
+      return true;
+    };
+    walk.miss = [this](uint64_t, const Failure& why) { Miss(why); };
+    return walk;
   }
   // kOk, or kPartial after saying how many are missing.
   Exit Outcome() const;
 
  private:
-  // Reads one item; false when there was none.
-  bool Read(const std::function<bool()>& read);
+  void Miss(const Failure& why);
 
   const std::string what_;
-  size_t tried_ = 0;
-  size_t bad_ = 0;
-  size_t in_a_row_ = 0;
+  uint64_t tried_ = 0;
+  uint64_t bad_ = 0;
 };
 
 }  // namespace brelix::cli

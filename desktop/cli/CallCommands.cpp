@@ -78,15 +78,11 @@ std::vector<std::string> AsFields(const Call& call) {
 Exit ForEachCall(Context& context, const std::function<void(const Call&)>& take) {
   context.phone.Start();
   CallLog log(context.session);
-  const uint32_t count = log.Rewind();
-  if (count == 0) return Exit::kOk;  // reading would be the phone's error
-  Progress progress("calls", count);
+  Progress progress("calls", std::nullopt);
   BadItems items("call");
-  items.Run([&] { return log.Next(); },
-            [&](const Call& call) {
-              take(call);
-              progress.Advance();
-            });
+  ItemWalk<Call> walk = items.Walk<Call>([&](uint64_t, const Call& call) { take(call); });
+  walk.step = [&](uint64_t total) { progress.Step(total); };
+  WalkCalls(log, walk);
   return items.Outcome();
 }
 

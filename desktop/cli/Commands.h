@@ -31,6 +31,7 @@ struct Options {
   bool json = false;
   bool read_only = false;
   double timeout_seconds = 10;
+  size_t window = wire::kWindow;
   std::string trace_path;
   BluetoothOptions bluetooth;
   CancelFd cancel = -1;  // for commands that look for their phones themselves

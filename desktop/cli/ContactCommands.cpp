@@ -99,10 +99,7 @@ void DeclareExport(CLI::App& contacts, Action& chosen) {
 ContactWalk WalkWith(Progress& progress) {
   ContactWalk walk;
   walk.complain = [](const std::string& what) { Complain(what); };
-  walk.step = [&progress](uint32_t count) {
-    progress.SetTotal(count);
-    progress.Advance();
-  };
+  walk.step = [&progress](uint32_t count) { progress.Step(count); };
   return walk;
 }
 

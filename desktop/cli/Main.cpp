@@ -53,6 +53,10 @@ struct CommandLine {
     app.add_option("--timeout", options.timeout_seconds, "Seconds to wait for each answer")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();
+    app.add_option("--window", options.window, "Requests under way at a time where many are asked; 1 asks one by one")
+        ->check(CLI::Range(size_t{1}, wire::kMostWindow))
+        ->envname("BRELIX_WINDOW")
+        ->capture_default_str();
     app.add_option("--trace", options.trace_path, "Write every frame, both ways, to this file");
     app.add_option("--adapter", options.bluetooth.adapter,
                    "Which Bluetooth adapter of this computer, hci1 for example");
@@ -106,9 +110,12 @@ Exit RunOnPhone(const std::function<Exit(Context&)>& action, const Options& opti
   Report report;
   Exit outcome;
   {
-    Session session(
-        Connect(options.device, Clock::now() + timeout, options.cancel, options.bluetooth),
-        {.timeout = timeout, .trace = trace ? &*trace : nullptr, .read_only = options.read_only, .warn = Complain});
+    Session session(Connect(options.device, Clock::now() + timeout, options.cancel, options.bluetooth),
+                    {.timeout = timeout,
+                     .trace = trace ? &*trace : nullptr,
+                     .read_only = options.read_only,
+                     .window = options.window,
+                     .warn = Complain});
     Context context{options, session};
     outcome = action(context);
     report = std::move(context.report);

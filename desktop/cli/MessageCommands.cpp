@@ -13,8 +13,6 @@
 namespace brelix::cli {
 namespace {
 
-constexpr uint64_t kCountWraps = 65536;  // a phone tells the number of messages modulo this
-
 struct MessageRequest {
   std::string account, folder;
   std::string zone;  // as the user named it; empty for UTC
@@ -74,15 +72,10 @@ std::string AsMail(const Message& message) {
 
 void ReadFolder(MessageStore& store, const MessageRequest& request, const std::string& folder, BadItems& items,
                 const Take& take) {
-  uint64_t total = store.SelectFolder(request.account, folder).value_or(0);
-  uint64_t done = 0;
-  Progress progress(folder, total);
-  items.Run([&] { return store.Next(); },
-            [&](const Message& message) {
-              take(folder, message);
-              if (++done > total) progress.SetTotal(total += kCountWraps);
-              progress.Advance();
-            });
+  Progress progress(folder, std::nullopt);
+  ItemWalk<Message> walk = items.Walk<Message>([&](uint64_t, const Message& message) { take(folder, message); });
+  walk.step = [&](uint64_t total) { progress.Step(total); };
+  WalkMessages(store, request.account, folder, walk);
 }
 
 Exit ListNames(Context& context, const char* what, const Names& names) {

@@ -21,6 +21,11 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   void Advance(uint64_t by = 1);
+  // One more, of so many.
+  void Step(uint64_t total) {
+    SetTotal(total);
+    Advance();
+  }
   void SetTotal(std::optional<uint64_t> total) { total_ = total; }
   void SetLabel(std::string label) { label_ = std::move(label); }
 

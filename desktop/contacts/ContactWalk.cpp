@@ -14,23 +14,24 @@ constexpr size_t kGiveUpAfter = 50;  // in a row
 size_t WalkContacts(ContactsClient& contacts, const ContactWalk& walk) {
   size_t failed = 0, in_a_row = 0;
   const uint32_t count = contacts.Count();
-  for (uint32_t position = 1; position <= count; position++) {
+  contacts.All(count, [&](uint32_t position, const ContactsClient::Document& get) {
     walk.step(count);
     try {
-      const Bytes document = contacts.DocumentAt(position);
-      if (!walk.visit({position,
-                       contacts.Read(position, document),
-                       {reinterpret_cast<const char*>(document.data()), document.size()}}))
-        break;
+      const Bytes document = get();
+      const bool more = walk.visit({position,
+                                    contacts.Read(position, document),
+                                    {reinterpret_cast<const char*>(document.data()), document.size()}});
       in_a_row = 0;
+      return more;
     } catch (const ContactFailure& failure) {
       failed++;
       if (++in_a_row == kGiveUpAfter)
         throw Failure(failure.code(),
                       fmt::format("{}; so did the {} before it, giving up", failure.what(), in_a_row - 1));
       walk.miss ? walk.miss(position, failure.reason()) : walk.complain(failure.what());
+      return true;
     }
-  }
+  });
   return failed;
 }
 

@@ -16,8 +16,13 @@ namespace {
 
 }  // namespace
 
-Bytes ContactsClient::DocumentAt(uint32_t position) {
-  Result result = items_.Ask(wire::kGetItem, position);
+void ContactsClient::All(uint32_t count, const std::function<bool(uint32_t, const Document&)>& visit) {
+  items_.AskAll(count, [&](uint32_t position, Result result) {
+    return visit(position, [&] { return DocumentIn(position, std::move(result)); });
+  });
+}
+
+Bytes ContactsClient::DocumentIn(uint32_t position, Result result) const {
   if (result.code == wire::kRefusedResult) CannotRead(Exit::kRefused, session_, position, "the phone refused it");
   if (result.code != 0) CannotRead(Exit::kPhoneError, session_, position, PhoneErrorText(result.code));
   return std::move(result.data);
@@ -31,7 +36,9 @@ Contact ContactsClient::Read(uint32_t position, ByteView document) const {
   }
 }
 
-Contact ContactsClient::At(uint32_t position) { return Read(position, DocumentAt(position)); }
+Contact ContactsClient::At(uint32_t position) {
+  return Read(position, DocumentIn(position, items_.Ask(wire::kGetItem, position)));
+}
 
 void ContactsClient::NeedSuccess(const Result& result, uint32_t oid, const char* what) const {
   if (result.code == 0) return;

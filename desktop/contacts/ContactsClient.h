@@ -35,8 +35,10 @@ class ContactsClient {
   uint32_t Count() { return items_.Count(); }
   // The contact at a position, 1 to Count().
   Contact At(uint32_t position);
-  // The same as the phone's document.
-  Bytes DocumentAt(uint32_t position);
+  // The phone's documents at the positions 1 to the count, asked for ahead. `get` throws what At throws; false from
+  // `visit` ends the work.
+  using Document = std::function<Bytes()>;
+  void All(uint32_t count, const std::function<bool(uint32_t position, const Document& get)>& visit);
   // The contact of a document that came from a position.
   Contact Read(uint32_t position, ByteView document) const;
 
@@ -48,6 +50,7 @@ class ContactsClient {
 
  private:
   static constexpr uint16_t kModule = 3;
+  Bytes DocumentIn(uint32_t position, Result result) const;
   void NeedSuccess(const Result& result, uint32_t oid, const char* what) const;
 
   Session& session_;

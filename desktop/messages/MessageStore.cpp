@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "desktop/Failure.h"
+#include "desktop/Stream.h"
 #include "desktop/Text.h"
 #include "desktop/Wire.h"
 
@@ -77,36 +78,61 @@ std::optional<uint32_t> MessageStore::SelectFolder(const std::string& account, c
   return Read16(result.data, 0);
 }
 
-std::optional<Bytes> MessageStore::NextDocument() {
-  Result result = session_.AskResult(wire::kMessaging, wire::kNextMessage);
-  if (result.code == kNoMoreMessages) return std::nullopt;
-  if (result.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(result.code));
-  return std::move(result.data);
-}
+namespace {
 
-std::optional<Message> MessageStore::Next() {
-  const auto document = NextDocument();
-  if (!document) return std::nullopt;
-  return ReadMessage(AsText(*document));
-}
+// Messages are asked for ahead, as many as the phone says there are and the one that tells the end. Where it cannot
+// say, as many again as have come.
+class Reader {
+ public:
+  Reader(Session& session, std::optional<uint32_t> count, const ItemWalk<Message>& walk)
+      : stream_(session), known_(count), total_(count.value_or(0)), walk_(walk) {}
+
+  uint64_t Run() {
+    while (!ended_) {
+      while (!ended_ && (under_way_ == 0 || under_way_ <= (known_ ? total_ - number_ : number_))) Read();
+      stream_.Finish();
+    }
+    return misses_.count();
+  }
+
+ private:
+  void Read() {
+    under_way_++;
+    stream_.Ask(wire::kMessaging, wire::kNextMessage, {}, [this](const Result& read) {
+      under_way_--;
+      if (read.code == kNoMoreMessages) ended_ = true;
+      if (ended_) return;
+      if (++number_ > total_) total_ = known_ ? total_ + kCountWraps : number_;
+      walk_.step(total_);
+      Take(read);
+    });
+  }
+
+  void Take(const Result& read) {
+    try {
+      if (read.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
+      ended_ = !walk_.visit({number_, ReadMessage(AsText(read.data)), AsText(read.data)});
+      misses_.Read();
+    } catch (const Failure& failure) {
+      misses_.Miss(number_, failure, walk_.miss);
+    }
+  }
+
+  Stream stream_;
+  const bool known_;  // whether the phone could say how many there are
+  uint64_t total_;
+  const ItemWalk<Message>& walk_;
+  Misses misses_{"message"};
+  uint64_t number_ = 0;     // of the last message that was told of
+  uint64_t under_way_ = 0;  // messages asked for and not answered
+  bool ended_ = false;
+};
+
+}  // namespace
 
 uint64_t WalkMessages(MessageStore& store, const std::string& account, const std::string& folder,
                       const ItemWalk<Message>& walk) {
-  Misses misses("message");
-  uint64_t total = store.SelectFolder(account, folder).value_or(0);
-  for (uint64_t number = 1;; number++) {
-    try {
-      const auto document = store.NextDocument();
-      if (!document) break;
-      if (number > total) total += kCountWraps;
-      walk.step(total);
-      if (!walk.visit({number, ReadMessage(AsText(*document)), AsText(*document)})) break;
-      misses.Read();
-    } catch (const Failure& failure) {
-      misses.Miss(number, failure, walk.miss);
-    }
-  }
-  return misses.count();
+  return Reader(store.session_, store.SelectFolder(account, folder), walk).Run();
 }
 
 }  // namespace brelix

@@ -21,16 +21,14 @@ class MessageStore {
   // The folders at the top of the account. Throws a phone-error failure when there is no account of that very name.
   Names Folders(const std::string& account);
   Bytes FoldersDocument(const std::string& account);
-  // Makes the folder the one that Next reads, from its newest message on; the number of its messages modulo 65536,
+  // Makes the folder the one whose messages are read, from the newest on; the number of its messages modulo 65536,
   // nothing when the phone cannot tell it. Throws a usage failure for a name that cannot be said to a phone.
   std::optional<uint32_t> SelectFolder(const std::string& account, const std::string& folder);
-  // Nothing behind the oldest. A message that cannot be read is a phone-error or protocol failure; as a rule the next
-  // call reads the next message, but a phone whose store has gone fails again and again.
-  std::optional<Message> Next();
-  // The same as the phone's document.
-  std::optional<Bytes> NextDocument();
 
  private:
+  friend uint64_t WalkMessages(MessageStore& store, const std::string& account, const std::string& folder,
+                               const ItemWalk<Message>& walk);
+
   void Select(uint16_t command, const char* what, const std::string& name);
 
   Session& session_;

@@ -38,11 +38,12 @@ const std::string kCount = "expect 3/5\nreply 3/6 00000000 00000002\n";
 const std::string kLeave = "expect 3/3\nreply 3/4 00000000\n";
 const std::string kSeven = kOpen + kCount + "expect 3/9 00000001\nreply 3/10 00000000 $ada\n";
 
+// One by one, so that the script can say what is done after which answer.
 Outcome Serve(const std::string& script, std::vector<std::string> arguments) {
   ScriptedPhone phone(script, kDocuments);
-  arguments.insert(arguments.begin(), {"-d", phone.Address(), "contacts"});
+  arguments.insert(arguments.begin(), {"-d", phone.Address(), "--window", "1", "contacts"});
   const Outcome outcome = RunBrelix(arguments);
-  EXPECT_EQ(phone.Finish(), "") << arguments[3] << ": " << outcome.err;
+  EXPECT_EQ(phone.Finish(), "") << arguments[5] << ": " << outcome.err;
   return outcome;
 }
 

@@ -42,11 +42,12 @@ std::string Asks(const std::string& request, const std::string& answer) {
   return "expect " + request + "\nreply " + answer + "\n";
 }
 
+// One by one, so that the script can say what is done after which answer.
 Outcome Serve(const std::string& script, std::vector<std::string> arguments) {
   ScriptedPhone phone(kBegin + script + kEnd, kDocuments);
-  arguments.insert(arguments.begin(), {"-d", phone.Address()});
+  arguments.insert(arguments.begin(), {"-d", phone.Address(), "--window", "1"});
   const Outcome outcome = RunBrelix(arguments);
-  EXPECT_EQ(phone.Finish(), "") << arguments[2] << arguments[3] << outcome.err;
+  EXPECT_EQ(phone.Finish(), "") << arguments[4] << arguments[5] << outcome.err;
   return outcome;
 }
 

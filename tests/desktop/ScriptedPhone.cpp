@@ -113,6 +113,9 @@ bool ScriptedPhone::Fill(size_t bytes) {
 }
 
 bool ScriptedPhone::Expect(const Step& step) {
+  do {
+    held_.erase(0, held_.find_first_not_of('\0'));
+  } while (held_.empty() && Fill(1));
   if (!Fill(16)) return false;
   const std::string data = Data(step, 1);
   const std::string start = "XXXX" + ModuleAndCommand(step.words[0]) + Two(data.size()) + data;

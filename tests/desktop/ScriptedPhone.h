@@ -1,6 +1,6 @@
 // A peer that follows a script, for sessions that no real agent would have. One step a line:
 //
-//   expect 1/15 [HEX]      the next request is this, with exactly this data
+//   expect 1/15 [HEX]      the next request is this, with exactly this data; filler in front of it is dropped
 //   reply 1/16 HEX...      a reply to it; $name stands for a text given beforehand
 //   lying 3 1/16 HEX...    the same with 3 in its length field
 //   stranger 1/16 HEX...   the same with a packet number nobody asked with

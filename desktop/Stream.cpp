@@ -1,0 +1,227 @@
+#include "desktop/Stream.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+#include "desktop/Wire.h"
+
+namespace brelix {
+namespace {
+
+using std::chrono::milliseconds;
+
+// How much filler. All positions are bytes of the stream, filler included; request n begins at S(n), and the agent
+// holds at most 16384 bytes (kMaxRequest).
+//
+// A round of the agent is: read what the buffer has room for; if that was nothing, sleep; cut one request off the front
+// and answer it. When it cuts n, the held bytes begin no later than S(n), so it has read no further than S(n) + 16384.
+// Its next read finds something, and the request behind is answered without a sleep, if at least
+//
+//     S(n) + 16385
+//
+// bytes have been sent (kReach). With n the last request, that read drops what is left of the filler: of bytes
+// without a start mark the agent keeps 4, and fewer than 12 more stay unlooked-at behind them. All are zeros in front
+// of the next start mark, which the agent drops as garbage.
+//
+// * Behind the last request: 16385 less its own size, once. It costs as much whether two requests wait or a thousand,
+//   so a request that waits alone gets none: its own arrival is what the agent needs.
+// * In between, requests are filler for the ones before them, and the more of them are under way the less filler is
+//   needed: 1093 of 20 bytes need none, 400 need 35 bytes each. Sent is what keeps the first quarter of those under way
+//   within reach, for that is what the agent answers while an answer comes here and the next request gets there.
+// * A run of filler never reaches 16380 bytes. An agent that held that many with exactly a start mark behind them would
+//   find no room and nothing to drop.
+//
+// The window counts requests; the packet numbers, of which there are 4080, must tell those under way apart.
+constexpr uint64_t kReach = wire::kMaxRequest + 1;
+constexpr size_t kMostBytesSent = size_t{256} << 10;
+constexpr size_t kWriteAt = 1024;  // bytes that wait to be written, at most, while answers are handed out
+
+constexpr milliseconds kNudgeAfter{500};
+constexpr milliseconds kHelped{200};  // an answer this soon after a nudge was waiting for it
+constexpr int kNudgesThatHelped = 2;
+constexpr milliseconds kDrainTakes{5000};
+constexpr milliseconds kDrainAnswer{2000};  // for each answer
+
+constexpr size_t kLeastAhead = size_t{64} << 10;
+constexpr size_t kMostAhead = size_t{4} << 20;
+
+}  // namespace
+
+void Ahead::Took(size_t bytes, bool typical, Deadline now) {
+  if (typical) typical_ = std::max<size_t>(1, (typical_ * 7 + bytes) / 8);
+  since_ += bytes;
+  if (since_ < limit_) return;
+  const auto took = now - looked_;
+  if (took < milliseconds(500)) limit_ = std::min(limit_ * 2, kMostAhead);
+  if (took > milliseconds(2000)) limit_ = std::max(limit_ / 2, kLeastAhead);
+  since_ = 0;
+  looked_ = now;
+}
+
+Stream::Stream(Session& session) : session_(session), window_(session.options_.window) {
+  session_.streams_ = true;
+  deadline_ = Clock::now() + session_.options_.timeout;
+}
+
+Stream::~Stream() {
+  try {
+    Drain();
+  } catch (const Failure&) {
+    // Interrupted once more, or the link is gone.
+  }
+  GiveUp();
+  session_.streams_ = false;
+}
+
+void Stream::Ask(uint16_t module, uint16_t command, Bytes data, Take take, size_t expected) {
+  session_.NeedPermission(module, command);
+  Bytes frame = BuildRequest(module, command, data, PacketNumbers::kAny);
+  const bool typical = expected == 0;
+  waiting_.push_back({.module = module,
+                      .command = command,
+                      .size = frame.size(),
+                      .expected = typical ? ahead_.typical() : expected,
+                      .typical = typical,
+                      .frame = std::move(frame),
+                      .take = std::move(take)});
+  if (taking_) return;
+  Fill(true);
+  while (!waiting_.empty() || !HasRoom()) Step(true);
+}
+
+bool Stream::TakeOne() {
+  const uint64_t before = taken_;
+  while (taken_ == before && !(waiting_.empty() && sent_.empty())) Step(false);
+  return taken_ != before;
+}
+
+void Stream::Finish() {
+  while (TakeOne()) continue;
+  DropUnsentFiller();
+  session_.Flush(deadline_);
+}
+
+bool Stream::HasRoom() const {
+  if (sent_.empty()) return true;
+  return sent_.size() < window_ && expected_ < ahead_.limit() && bytes_sent_ < kMostBytesSent;
+}
+
+void Stream::Fill(bool more_follow) {
+  while (!waiting_.empty() && HasRoom()) {
+    Request next = std::move(waiting_.front());
+    waiting_.pop_front();
+    Send(std::move(next));
+  }
+  if (!HasRoom() || !more_follow) TopUp(more_follow || !waiting_.empty());
+}
+
+void Stream::Send(Request request) {
+  if (sent_.empty()) deadline_ = Clock::now() + session_.options_.timeout;
+  DropUnsentFiller();
+  request.number = session_.Queue(request.frame);
+  request.frame = {};
+  request.behind = !sent_.empty();
+  request.start = position_;
+  position_ += request.size;
+  bytes_sent_ += request.size;
+  expected_ += request.expected;
+  if (sent_.empty()) session_.reader_.Expect(request.number);
+  sent_.push_back(std::move(request));
+  unwritten_++;
+}
+
+void Stream::TopUp(bool more_follow) {
+  if (!session_.needs_filler_ || !Runs() || sent_.empty()) return;
+  if (sent_.size() == 1 && !sent_.front().behind) return;
+  const Request& within_reach = more_follow ? sent_[sent_.size() / 4] : sent_.back();
+  if (within_reach.start + kReach <= position_) return;
+  const size_t missing = within_reach.start + kReach - position_;
+  session_.QueueFiller(missing);
+  position_ += missing;
+  unsent_filler_ += missing;
+}
+
+// Filler that is still here helps nobody once there is something better to send.
+void Stream::DropUnsentFiller() {
+  Bytes& out = session_.out_;
+  const size_t drop = std::min(unsent_filler_, out.size());
+  out.resize(out.size() - drop);
+  position_ -= drop;
+  unsent_filler_ = 0;
+}
+
+void Stream::Step(bool more_follow) {
+  Fill(more_follow);
+  // The agent must not run dry while answers that came together are handed out.
+  if (session_.out_.size() >= kWriteAt || unwritten_ * 4 >= sent_.size()) {
+    session_.WriteSome();
+    unwritten_ = 0;
+  }
+  const Deadline now = Clock::now();
+  if (auto frame = session_.NextFrame(std::min(deadline_, now + kNudgeAfter))) return HandOut(std::move(*frame));
+  if (Clock::now() < deadline_) return Silence();
+  late_ = true;
+  session_.FailLate();
+}
+
+// An agent that is not as we think it is may wait for a byte. Over a command, where filler is not called for at first,
+// it is when single bytes turn out to help.
+void Stream::Silence() {
+  if (!Runs() || !session_.out_.empty() || !session_.reader_.rest().empty()) return;
+  session_.QueueFiller(1);
+  position_++;
+  nudged_ = Clock::now();
+}
+
+void Stream::HandOut(Frame frame) {
+  const Request& first = sent_.front();
+  if (frame.number != first.number) {
+    if (session_.given_up_.contains(frame.number)) return;
+    session_.FailNumber(frame.number, first.number);
+  }
+  Request request = std::move(sent_.front());
+  sent_.pop_front();
+  expected_ -= request.expected;
+  bytes_sent_ -= request.size;
+  if (!sent_.empty()) session_.reader_.Expect(sent_.front().number);
+  const Deadline now = Clock::now();
+  ahead_.Took(frame.data.size(), request.typical, now);
+  if (nudged_ && now < *nudged_ + kHelped && ++helped_ == kNudgesThatHelped) session_.needs_filler_ = true;
+  nudged_.reset();
+  taken_++;
+  taking_ = true;
+  try {
+    request.take(session_.ResultOf(request.module, request.command,
+                                   session_.Classify(request.module, request.command, std::move(frame))));
+  } catch (...) {
+    taking_ = false;
+    throw;
+  }
+  taking_ = false;
+  deadline_ = Clock::now() + session_.options_.timeout;
+}
+
+void Stream::Drain() {
+  waiting_.clear();
+  if (late_ || !session_.alive_) return;
+  const Deadline end = Clock::now() + kDrainTakes;
+  while (!sent_.empty() && Clock::now() < end) {
+    TopUp(false);
+    const auto frame = session_.NextFrame(std::min(end, Clock::now() + kDrainAnswer));
+    if (!frame) return;
+    const auto found =
+        std::find_if(sent_.begin(), sent_.end(), [&](const Request& each) { return each.number == frame->number; });
+    if (found == sent_.end()) continue;
+    sent_.erase(sent_.begin(), found + 1);
+    if (!sent_.empty()) session_.reader_.Expect(sent_.front().number);
+  }
+  if (sent_.empty()) DropUnsentFiller();
+}
+
+// What was not answered may be answered later, and is nobody's business then.
+void Stream::GiveUp() {
+  for (const Request& request : sent_) session_.given_up_.insert(request.number);
+  sent_.clear();
+}
+
+}  // namespace brelix
