@@ -57,6 +57,19 @@ bool Link::Transfer(Bytes& out, Bytes& in, Deadline deadline) {
   }
 }
 
+bool Link::Read(Bytes& into, Deadline deadline) {
+  Bytes nothing;
+  return Transfer(nothing, into, deadline);
+}
+
+void Link::Write(Bytes bytes, Deadline deadline) {
+  while (!bytes.empty()) {
+    if (!Wait(write_fd_, POLLOUT, deadline))
+      Fail(Exit::kLinkLost, "the phone takes no bytes; it may be out of reach (--timeout waits longer)");
+    WriteSome(bytes);
+  }
+}
+
 std::unique_ptr<Link> Connect(const std::string& address, Deadline deadline, CancelFd cancel,
                               const BluetoothOptions& bluetooth) {
   if (address.starts_with("bluetooth:")) return ConnectBluetooth(address, deadline, cancel, bluetooth);

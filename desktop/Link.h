@@ -19,6 +19,9 @@ class Link {
   // Appends to `in` what has arrived and takes from the front of `out` what could be written. Waits until either was
   // possible: false when the deadline passed first. A link that ended is a failure.
   bool Transfer(Bytes& out, Bytes& in, Deadline deadline);
+  // One direction only: whether bytes were appended before the deadline; all of the bytes, or a failure.
+  bool Read(Bytes& into, Deadline deadline);
+  void Write(Bytes bytes, Deadline deadline);
   // Takes from the front of `out` what can be written without waiting; false when that is nothing.
   bool WriteSome(Bytes& out);
   // Ends the stream from this side. May wait a bounded time for what runs at the other end.
