@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
 
 #include "desktop/Failure.h"
@@ -31,7 +32,9 @@ class Misses {
  public:
   explicit Misses(const char* what) : what_(what) {}
 
-  void Read() { in_a_row_ = 0; }
+  // An item was read from this document. Throws a protocol failure when the phone tells the same one over and over: a
+  // list of such has no end.
+  void Read(std::string_view document);
   // Passes a failure on that concerns this item alone; throws any other, and the last of too many in a row.
   void Miss(uint64_t number, const Failure& why, const std::function<void(uint64_t, const Failure&)>& miss);
   uint64_t count() const { return count_; }
@@ -39,6 +42,8 @@ class Misses {
  private:
   const char* what_;  // what an item is called
   uint64_t count_ = 0, in_a_row_ = 0;
+  std::string before_;  // the last document
+  uint64_t alike_ = 0;  // so many before it were the same
 };
 
 }  // namespace brelix

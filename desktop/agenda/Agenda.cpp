@@ -35,7 +35,7 @@ uint64_t WalkAppointments(Agenda& agenda, const ItemWalk<Appointment>& walk) {
     try {
       const Bytes document = get();
       const bool more = walk.visit({position, ReadAppointment(AsText(document)), AsText(document)});
-      misses.Read();
+      misses.Read(AsText(document));
       return more;
     } catch (const Failure& failure) {
       misses.Miss(position, failure, walk.miss);

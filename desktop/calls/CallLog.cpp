@@ -151,7 +151,7 @@ class Reader {
     Step();
     try {
       ended_ = !walk_.visit({number_, ReadCall(AsText(document)), AsText(document)});
-      misses_.Read();
+      misses_.Read(AsText(document));
     } catch (const Failure& failure) {
       misses_.Miss(number_, failure, walk_.miss);
     }

@@ -17,9 +17,11 @@ size_t ReadSide(const Domain& domain, const Side& side, const ReadOptions& optio
                 const TakeItem& take) {
   size_t unread = 0;
   watch.begin(domain, side);
+  const std::string address = side.session->address() + ": ";  // which some texts begin with, and the name says
   const auto complain = [&](const std::string& what) {
     unread++;
-    watch.complain(fmt::format("{}: {}: {}", side.name, domain.name, what));
+    watch.complain(fmt::format("{}: {}: {}", side.name, domain.name,
+                               what.starts_with(address) ? what.substr(address.size()) : what));
   };
   try {
     domain.read(*side.session, options, {complain, watch.step}, take);

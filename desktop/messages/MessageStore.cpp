@@ -112,7 +112,7 @@ class Reader {
     try {
       if (read.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
       ended_ = !walk_.visit({number_, ReadMessage(AsText(read.data)), AsText(read.data)});
-      misses_.Read();
+      misses_.Read(AsText(read.data));
     } catch (const Failure& failure) {
       misses_.Miss(number_, failure, walk_.miss);
     }

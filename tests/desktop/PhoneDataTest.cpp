@@ -5,6 +5,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "desktop/ItemWalk.h"
 #include "tests/desktop/RunBrelix.h"
 #include "tests/desktop/ScriptedPhone.h"
 
@@ -109,6 +110,22 @@ std::string Selected(const std::string& folder, const std::string& count) {
          Asks("6/13", "6/14 00000000 " + count);
 }
 const std::string kNoMoreMessages = Asks("6/15", "6/16 00000002");
+
+TEST(Calls, ThatAreTheSameOverAndOverDoNotGoOnForEver) {
+  Misses misses("call");
+  for (int i = 0; i < 20000; i++) misses.Read(i % 2 == 0 ? "one" : "another");
+  uint64_t given = 0;
+  const auto endless = [&] {
+    for (;; given++) try {
+        misses.Read("the same");
+      } catch (const Failure& failure) {
+        misses.Miss(given, failure, [](uint64_t, const Failure&) {});
+      }
+  };
+  EXPECT_THROW(endless(), Failure);
+  EXPECT_GT(given, 5000u);
+  EXPECT_LT(given, 20000u);
+}
 
 TEST(Messages, AreListedInUtcOrInTheZoneNamed) {
   const std::string script = Selected(kInbox, "0002") + Asks("6/15", "6/16 00000000 $in") +
