@@ -24,6 +24,16 @@ void NeedSendable(const std::string& path) {
                        fmt::format("{:.60}...: a path of {} bytes does not fit into a request", shown, path.size()));
 }
 
+// An agent answers FFFFFFFF about a root that it does not know.
+void NeedRoot(const Result& result, const KeyPath& path) {
+  if (result.code == wire::kRefusedResult)
+    throw Failure(Exit::kRefused, fmt::format("{}: the phone's agent does not know this root", path.ForPeople()));
+}
+
+std::string ShownValue(const KeyPath& path, std::string_view name) {
+  return fmt::format("{}, value \"{}\"", path.ForPeople(), CleanUtf8(name));
+}
+
 [[noreturn]] void Broken(const KeyPath& path) {
   throw Failure(Exit::kProtocol, fmt::format("{}: the phone's list is broken", path.ForPeople()));
 }
@@ -49,21 +59,29 @@ RegistryList<Entry> ReadList(const Result& result, const KeyPath& path, Take tak
 
 }  // namespace
 
-Result PhoneRegistry::Ask(uint16_t command, const std::string& path, const KeyPath& shown) {
-  NeedSendable(path);
-  Result result = session_.AskResult(wire::kSystem, command, Bytes(path.begin(), path.end()));
-  if (result.code == wire::kRefusedResult)
-    throw Failure(Exit::kRefused, fmt::format("{}: the phone's agent does not know this root", shown.ForPeople()));
-  return result;
+Bytes PhoneRegistry::KeyRequest(const KeyPath& path) {
+  NeedSendable(path.Wire());
+  const std::string wire = path.Wire();
+  return {wire.begin(), wire.end()};
 }
 
-RegistryList<std::string> PhoneRegistry::Keys(const KeyPath& path) {
-  const Result result = Ask(wire::kListKeys, path.Wire(), path);
+Bytes PhoneRegistry::ValueRequest(const KeyPath& path, std::string_view name) {
+  if (name.find('\\') != name.npos)
+    throw EntryFailure(Exit::kWouldLoseData, fmt::format("{}: cannot be asked for, since a backslash would end the "
+                                                         "key's name",
+                                                         ShownValue(path, name)));
+  const std::string wire = path.Wire() + "\\" + std::string(name);
+  NeedSendable(wire);
+  return {wire.begin(), wire.end()};
+}
+
+RegistryList<std::string> PhoneRegistry::KeysIn(const Result& result, const KeyPath& path) {
+  NeedRoot(result, path);
   return ReadList<std::string>(result, path, [&](ByteView& rest) { return TakeName(rest, path); });
 }
 
-RegistryList<ValueName> PhoneRegistry::Values(const KeyPath& path) {
-  const Result result = Ask(wire::kListValues, path.Wire(), path);
+RegistryList<ValueName> PhoneRegistry::ValuesIn(const Result& result, const KeyPath& path) {
+  NeedRoot(result, path);
   return ReadList<ValueName>(result, path, [&](ByteView& rest) {
     if (rest.size() < 4) Broken(path);
     const uint32_t type = Read32(rest, 0);
@@ -72,12 +90,9 @@ RegistryList<ValueName> PhoneRegistry::Values(const KeyPath& path) {
   });
 }
 
-RegistryValue PhoneRegistry::Value(const KeyPath& path, std::string_view name) {
-  const std::string shown = fmt::format("{}, value \"{}\"", path.ForPeople(), CleanUtf8(name));
-  if (name.find('\\') != name.npos)
-    throw EntryFailure(Exit::kWouldLoseData,
-                       fmt::format("{}: cannot be asked for, since a backslash would end the key's name", shown));
-  const Result result = Ask(wire::kReadValue, path.Wire() + "\\" + std::string(name), path);
+RegistryValue PhoneRegistry::ValueIn(const Result& result, const KeyPath& path, std::string_view name) {
+  NeedRoot(result, path);
+  const std::string shown = ShownValue(path, name);
   if (result.code == wire::kMoreData)
     throw EntryFailure(Exit::kPhoneError, shown + ": more than the 8192 bytes that the phone can send");
   if (result.code != 0 && result.data.size() >= kStaleAnswer)
@@ -89,6 +104,14 @@ RegistryValue PhoneRegistry::Value(const KeyPath& path, std::string_view name) {
   RegistryValue value{std::string(name), Read32(result.data, 0), {result.data.begin() + 4, result.data.end()}};
   if (value.IsText()) value.data.erase(std::find(value.data.begin(), value.data.end(), 0), value.data.end());
   return value;
+}
+
+RegistryList<std::string> PhoneRegistry::Keys(const KeyPath& path) {
+  return KeysIn(session_.AskResult(wire::kSystem, wire::kListKeys, KeyRequest(path)), path);
+}
+
+RegistryValue PhoneRegistry::Value(const KeyPath& path, std::string_view name) {
+  return ValueIn(session_.AskResult(wire::kSystem, wire::kReadValue, ValueRequest(path, name)), path, name);
 }
 
 }  // namespace brelix

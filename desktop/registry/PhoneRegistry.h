@@ -49,12 +49,17 @@ class PhoneRegistry {
   explicit PhoneRegistry(Session& session) : session_(session) {}
 
   RegistryList<std::string> Keys(const KeyPath& path);
-  RegistryList<ValueName> Values(const KeyPath& path);
   RegistryValue Value(const KeyPath& path, std::string_view name);
 
- private:
-  Result Ask(uint16_t command, const std::string& path, const KeyPath& shown);
+  // What is asked for, for who asks ahead, and what the answer tells.
+  static Bytes KeyRequest(const KeyPath& path);
+  static Bytes ValueRequest(const KeyPath& path, std::string_view name);
+  static RegistryList<std::string> KeysIn(const Result& result, const KeyPath& path);
+  static RegistryList<ValueName> ValuesIn(const Result& result, const KeyPath& path);
+  static RegistryValue ValueIn(const Result& result, const KeyPath& path, std::string_view name);
+  Session& session() { return session_; }
 
+ private:
   Session& session_;
 };
 

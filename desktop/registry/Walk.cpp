@@ -1,7 +1,10 @@
 #include <fmt/format.h>
+#include <memory>
 #include <set>
 
+#include "desktop/Stream.h"
 #include "desktop/Text.h"
+#include "desktop/Wire.h"
 #include "desktop/registry/PhoneRegistry.h"
 
 namespace brelix {
@@ -9,99 +12,193 @@ namespace {
 
 constexpr size_t kDeepest = 512;  // no registry goes deeper
 constexpr size_t kMostKeys = 1'000'000;
+constexpr size_t kKeysAhead = 512;  // that are asked for or read and have not been told of
 
+// A key whose answers are on their way.
+struct Node {
+  explicit Node(KeyPath its_path) : path(std::move(its_path)) {}
+
+  const KeyPath path;
+  bool asked = false;
+  size_t missing = 0;  // answers
+  struct Value {
+    std::optional<RegistryValue> value;
+    std::string problem;  // where there is none
+  };
+  std::vector<Value> values;  // in the phone's order
+  Problems of_values, of_keys;
+  std::vector<std::shared_ptr<Node>> children;
+
+  bool IsRead() const { return asked && missing == 0; }
+  std::vector<RegistryValue> TakeValues() {
+    std::vector<RegistryValue> all;
+    for (Value& each : values)
+      if (each.value) all.push_back(std::move(*each.value));
+    return all;
+  }
+};
+
+// Asks for many keys and values ahead and tells of the keys in their order: what is above first, the keys of one key in
+// the phone's order.
 class Walk {
  public:
-  Walk(PhoneRegistry& registry, Problems& problems) : registry_(registry), problems_(problems) {}
+  Walk(PhoneRegistry& registry, Problems& problems) : stream_(registry.session()), problems_(problems) {}
 
-  std::vector<RegistryValue> Values(const KeyPath& path) {
-    std::vector<RegistryValue> values;
-    std::set<std::string> names;
-    const auto list = Try(path, [&] { return registry_.Values(path); });
-    for (const ValueName& value : list.entries) {
-      if (!names.insert(value.name).second)
-        LeaveOut(path, fmt::format("the phone tells the name \"{}\" of two values", CleanUtf8(value.name)));
+  void Run(const KeyPath& root, bool with_keys, const std::function<void(const KeyContents&)>& key) {
+    with_keys_ = with_keys;
+    to_tell_.push_back(std::make_shared<Node>(root));
+    while (!to_tell_.empty()) {
+      if (const auto next = NextToAsk())
+        Ask(*next);
       else
-        AddValue(path, value.name, values);
+        stream_.TakeOne();
+      while (!to_tell_.empty() && to_tell_.back()->IsRead()) Tell(key);
     }
-    if (list.cut) TellCut(path, "values", *list.cut);
-    return values;
-  }
-
-  std::vector<KeyPath> Keys(const KeyPath& path) {
-    std::vector<KeyPath> keys;
-    std::set<std::string> names;
-    const auto list = Try(path, [&] { return registry_.Keys(path); });
-    for (const std::string& name : list.entries) {
-      if (name.empty())
-        LeaveOut(path, "the phone cannot tell the name of one of its keys");
-      else if (!IsKeyName(name))
-        LeaveOut(path, fmt::format("the phone lists a key \"{}\", which is not a name", CleanUtf8(name)));
-      else if (!names.insert(name).second)
-        LeaveOut(path, fmt::format("the phone lists the key \"{}\" twice", CleanUtf8(name)));
-      else if (path.Depth() == kDeepest)
-        LeaveOut(path, "keys this deep are on no phone");
-      else
-        keys.push_back(path / name);
-    }
-    if (list.cut) TellCut(path, "keys", *list.cut);
-    return keys;
+    stream_.Finish();
   }
 
  private:
-  // An empty list where the phone gives none, which is told once for a key.
-  template <typename Ask>
-  auto Try(const KeyPath& path, Ask ask) -> decltype(ask()) {
+  // The key that is told of next has precedence over those that were found later.
+  std::shared_ptr<Node> NextToAsk() {
+    if (!to_tell_.back()->asked) return to_tell_.back();
+    while (!to_ask_.empty() && ahead_ < kKeysAhead) {
+      const std::shared_ptr<Node> next = to_ask_.back().lock();
+      if (next && !next->asked) return next;
+      to_ask_.pop_back();
+    }
+    return nullptr;
+  }
+
+  void Ask(Node& node) {
+    node.asked = true;
+    ahead_++;
+    node.missing = 1;  // until everything of it is asked
+    Ask(node, wire::kListValues, node.of_values, [this, &node](const Result& result) { TakeValues(node, result); });
+    if (with_keys_)
+      Ask(node, wire::kListKeys, node.of_keys, [this, &node](const Result& result) { TakeKeys(node, result); });
+    node.missing--;
+  }
+
+  void Ask(Node& node, uint16_t command, Problems& problems, const std::function<void(const Result&)>& take) {
+    Try(node, problems, [&] {
+      Bytes request = PhoneRegistry::KeyRequest(node.path);
+      node.missing++;
+      stream_.Ask(wire::kSystem, command, std::move(request), [this, &node, &problems, take](const Result& result) {
+        node.missing--;
+        Try(node, problems, [&] { take(result); });
+      });
+    });
+  }
+
+  void TakeValues(Node& node, const Result& result) {
+    const auto list = PhoneRegistry::ValuesIn(result, node.path);
+    node.values.resize(list.entries.size());
+    std::set<std::string> names;
+    for (size_t i = 0; i < list.entries.size(); i++) {
+      const std::string& name = list.entries[i].name;
+      if (names.insert(name).second)
+        AskValue(node, i, name);
+      else
+        node.values[i].problem =
+            Words(node, fmt::format("the phone tells the name \"{}\" of two values", CleanUtf8(name)));
+    }
+    if (list.cut) TellCut(node, node.of_values, "values", *list.cut);
+  }
+
+  void AskValue(Node& node, size_t at, const std::string& name) {
     try {
-      return ask();
+      Bytes request = PhoneRegistry::ValueRequest(node.path, name);
+      node.missing++;
+      stream_.Ask(wire::kSystem, wire::kReadValue, std::move(request), [&node, at, name](const Result& result) {
+        node.missing--;
+        try {
+          node.values[at].value = PhoneRegistry::ValueIn(result, node.path, name);
+        } catch (const EntryFailure& failure) {
+          node.values[at].problem = failure.what();
+        }
+      });
     } catch (const EntryFailure& failure) {
-      if (problems_.empty() || problems_.back().why != failure.what())
-        problems_.push_back({path.ForPeople(), failure.what()});
-      return {};
+      node.values[at].problem = failure.what();
     }
   }
 
-  void AddValue(const KeyPath& path, const std::string& name, std::vector<RegistryValue>& values) {
+  void TakeKeys(Node& node, const Result& result) {
+    std::set<std::string> names;
+    const auto list = PhoneRegistry::KeysIn(result, node.path);
+    for (const std::string& name : list.entries) {
+      if (name.empty())
+        LeaveOut(node, "the phone cannot tell the name of one of its keys");
+      else if (!IsKeyName(name))
+        LeaveOut(node, fmt::format("the phone lists a key \"{}\", which is not a name", CleanUtf8(name)));
+      else if (!names.insert(name).second)
+        LeaveOut(node, fmt::format("the phone lists the key \"{}\" twice", CleanUtf8(name)));
+      else if (node.path.Depth() == kDeepest)
+        LeaveOut(node, "keys this deep are on no phone");
+      else
+        node.children.push_back(std::make_shared<Node>(node.path / name));
+    }
+    if (list.cut) TellCut(node, node.of_keys, "keys", *list.cut);
+    known_ += node.children.size();
+    if (known_ > kMostKeys) throw Failure(Exit::kProtocol, "the phone's registry does not end");
+    for (auto child = node.children.rbegin(); child != node.children.rend(); ++child) to_ask_.push_back(*child);
+  }
+
+  void Tell(const std::function<void(const KeyContents&)>& key) {
+    const std::shared_ptr<Node> node = std::move(to_tell_.back());
+    to_tell_.pop_back();
+    ahead_--;
+    for (const Node::Value& each : node->values)
+      if (!each.value) problems_.push_back({node->path.ForPeople(), each.problem});
+    problems_.insert(problems_.end(), node->of_values.begin(), node->of_values.end());
+    // A key that gives neither list is told of once.
+    for (const Problem& problem : node->of_keys)
+      if (problems_.empty() || problems_.back().why != problem.why) problems_.push_back(problem);
+    for (auto child = node->children.rbegin(); child != node->children.rend(); ++child)
+      to_tell_.push_back(std::move(*child));
+    key({node->path, node->TakeValues()});
+  }
+
+  template <typename Act>
+  void Try(Node& node, Problems& problems, Act act) {
     try {
-      values.push_back(registry_.Value(path, name));
+      act();
     } catch (const EntryFailure& failure) {
-      problems_.push_back({path.ForPeople(), failure.what()});
+      problems.push_back({node.path.ForPeople(), failure.what()});
     }
   }
 
-  void LeaveOut(const KeyPath& path, const std::string& why) {
-    problems_.push_back({path.ForPeople(), fmt::format("{}: {}", path.ForPeople(), why)});
+  static std::string Words(const Node& node, const std::string& why) {
+    return fmt::format("{}: {}", node.path.ForPeople(), why);
+  }
+  static void LeaveOut(Node& node, const std::string& why) {
+    node.of_keys.push_back({node.path.ForPeople(), Words(node, why)});
+  }
+  static void TellCut(Node& node, Problems& problems, const char* what, uint32_t code) {
+    problems.push_back({node.path.ForPeople(),
+                        Words(node, fmt::format("the phone's list of {} ends early: {}", what, PhoneErrorText(code)))});
   }
 
-  void TellCut(const KeyPath& path, const char* what, uint32_t code) {
-    LeaveOut(path, fmt::format("the phone's list of {} ends early: {}", what, PhoneErrorText(code)));
-  }
-
-  PhoneRegistry& registry_;
+  std::vector<std::shared_ptr<Node>> to_tell_;  // the next one last
+  std::vector<std::weak_ptr<Node>> to_ask_;     // likewise, of those; some are asked already, and gone
+  size_t ahead_ = 0;
+  size_t known_ = 0;
+  bool with_keys_ = true;
+  Stream stream_;  // goes first: its answers are for the nodes
   Problems& problems_;
 };
 
 }  // namespace
 
 std::vector<RegistryValue> ReadValues(PhoneRegistry& registry, const KeyPath& path, Problems& problems) {
-  return Walk(registry, problems).Values(path);
+  std::vector<RegistryValue> values;
+  Walk(registry, problems).Run(path, false, [&](const KeyContents& key) { values = key.values; });
+  return values;
 }
 
 Problems WalkRegistry(PhoneRegistry& registry, const KeyPath& root,
                       const std::function<void(const KeyContents&)>& key) {
   Problems problems;
-  Walk walk(registry, problems);
-  std::vector<KeyPath> waiting{root};
-  size_t known = 0;
-  while (!waiting.empty()) {
-    const KeyPath path = std::move(waiting.back());
-    waiting.pop_back();
-    key({path, walk.Values(path)});
-    std::vector<KeyPath> keys = walk.Keys(path);
-    known += keys.size();
-    if (known > kMostKeys) throw Failure(Exit::kProtocol, "the phone's registry does not end");
-    waiting.insert(waiting.end(), std::make_move_iterator(keys.rbegin()), std::make_move_iterator(keys.rend()));
-  }
+  Walk(registry, problems).Run(root, true, key);
   return problems;
 }
 

@@ -55,7 +55,7 @@ inline const std::string kClosesFile = Asks("1/61", "1/62 00000000");
 // Runs the command against a phone that follows the script.
 inline Outcome Served(const std::string& script, std::vector<std::string> arguments, std::string& script_error) {
   ScriptedPhone phone(kBegin + script + kEnd);
-  arguments.insert(arguments.begin(), {"-d", phone.Address()});
+  arguments.insert(arguments.begin(), {"-d", phone.Address(), "--window", "1"});
   Outcome outcome = RunBrelix(arguments);
   script_error = phone.Finish();
   return outcome;

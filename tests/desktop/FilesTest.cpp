@@ -171,7 +171,7 @@ TEST_F(Files, LostLinkLeavesTheOldFileAndAPartThatResumeVerifies) {
   const std::string first(16364, 'a'), asked = AsksInfo("\\f", EntryXml("f", "16370"));
   const auto lose = [&](std::vector<std::string> options) {
     ScriptedPhone phone(kBegin + asked + AsksFile("\\f", first) + "expect 1/59\n");
-    options.insert(options.begin(), {"-d", phone.Address(), "files", "pull", "/f", Path("f")});
+    options.insert(options.begin(), {"-d", phone.Address(), "--window", "1", "files", "pull", "/f", Path("f")});
     const Outcome outcome = RunBrelix(options);
     EXPECT_EQ(phone.Finish(), "");
     return outcome;
