@@ -10,8 +10,6 @@
 namespace brelix {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
-
 std::string OpenTag(std::string_view name) { return fmt::format("<{}>", name); }
 std::string CloseTag(std::string_view name) { return fmt::format("</{}>", name); }
 

@@ -6,11 +6,11 @@
 #include <string>
 
 #include "desktop/Failure.h"
+#include "desktop/Text.h"
 
 namespace brelix {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r\n";
 constexpr int kNothingYet = -1;  // a rank below every element's
 
 enum class Layout { kLines, kFree };

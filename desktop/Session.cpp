@@ -10,7 +10,6 @@ namespace brelix {
 namespace {
 
 using std::chrono::milliseconds;
-constexpr milliseconds kNudgeAfter{500};
 constexpr milliseconds kLeaveTakes{2000};
 constexpr int kMostStrangers = 4096;  // more requests than fit into an agent's buffer twice over
 constexpr int kMostHandshakes = 4;
@@ -141,7 +140,7 @@ Frame Session::AwaitHandshake(Deadline deadline) {
   int strangers = 0;
   bool swallowed = false;  // an answer came that is not ours: our request may have been taken for the end of another
   while (Clock::now() < deadline) {
-    auto frame = NextFrame(std::min(deadline, Clock::now() + kNudgeAfter));
+    auto frame = NextFrame(std::min(deadline, Clock::now() + wire::kNudgeAfter));
     if (frame && sent.erase(frame->number) > 0) {
       given_up_.merge(sent);
       return *frame;
@@ -166,7 +165,7 @@ Frame Session::AwaitHandshake(Deadline deadline) {
 Frame Session::AwaitNumber(uint16_t number, Deadline deadline) {
   int strangers = 0;
   while (Clock::now() < deadline) {
-    auto frame = NextFrame(std::min(deadline, Clock::now() + kNudgeAfter));
+    auto frame = NextFrame(std::min(deadline, Clock::now() + wire::kNudgeAfter));
     if (frame && frame->number == number) return *frame;
     if (frame && !given_up_.contains(frame->number)) FailNumber(frame->number, number);
     if (frame) strangers++;

@@ -36,7 +36,6 @@ constexpr uint64_t kReach = wire::kMaxRequest + 1;
 constexpr size_t kMostBytesSent = size_t{256} << 10;
 constexpr size_t kWriteAt = 1024;  // bytes that wait to be written, at most, while answers are handed out
 
-constexpr milliseconds kNudgeAfter{500};
 constexpr milliseconds kHelped{200};  // an answer this soon after a nudge was waiting for it
 constexpr int kNudgesThatHelped = 2;
 constexpr milliseconds kDrainTakes{5000};
@@ -158,7 +157,7 @@ void Stream::Step(bool more_follow) {
     unwritten_ = 0;
   }
   const Deadline now = Clock::now();
-  if (auto frame = session_.NextFrame(std::min(deadline_, now + kNudgeAfter))) return HandOut(std::move(*frame));
+  if (auto frame = session_.NextFrame(std::min(deadline_, now + wire::kNudgeAfter))) return HandOut(std::move(*frame));
   if (Clock::now() < deadline_) return Silence();
   late_ = true;
   session_.FailLate();

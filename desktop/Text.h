@@ -9,6 +9,9 @@
 
 namespace brelix {
 
+// What may stand between the elements of a document.
+inline constexpr std::string_view kBlanks = " \t\r\n";
+
 // Proper UTF-8 from the phone's: a character outside the basic plane arrives as two three-byte surrogates and is
 // joined; a lone surrogate or a byte that belongs to no character becomes U+FFFD.
 std::string CleanUtf8(std::string_view wire);

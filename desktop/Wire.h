@@ -99,4 +99,7 @@ inline constexpr size_t kMostWindow = 4000;  // of 4080 packet numbers
 // How long a link must be silent before an answer whose end is not certain is taken as complete.
 inline constexpr std::chrono::milliseconds kQuiet{300};
 
+// How long an agent that owes an answer may be silent before it gets a byte that makes it look at what it holds.
+inline constexpr std::chrono::milliseconds kNudgeAfter{500};
+
 }  // namespace brelix::wire

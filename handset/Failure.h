@@ -10,4 +10,7 @@ struct Failure {
   ce::DWORD code;
 };
 
+// The same, of a code that the platform has as a signed number.
+[[noreturn]] inline void ThrowCode(ce::LONG code) { throw Failure{static_cast<ce::DWORD>(code)}; }
+
 }  // namespace handset

@@ -42,7 +42,7 @@ void* FindEntry(void* library) {
   return reinterpret_cast<void*>(map->l_addr + search.header->e_entry);
 }
 
-ce::INT CallEntry(void* entry, void* library, ce::DWORD reason) {
+ce::INT RunEntry(void* entry, void* library, ce::DWORD reason) {
   return reinterpret_cast<Entry>(entry)(ce::HANDLE{reinterpret_cast<std::uintptr_t>(library)}, reason, nullptr);
 }
 
@@ -55,7 +55,7 @@ LoadedLibrary::LoadedLibrary(const std::filesystem::path& file, From from)
     throw LoadError(reason != nullptr ? reason : file.string() + ": not loaded in this program");
   }
   m_entry = FindEntry(m_library);
-  const bool attached = m_entry != nullptr && CallEntry(m_entry, m_library, ce::DLL_PROCESS_ATTACH) != 0;
+  const bool attached = m_entry != nullptr && RunEntry(m_entry, m_library, ce::DLL_PROCESS_ATTACH) != 0;
   if (attached) return;
   dlclose(m_library);
   throw LoadError(file.string() + (m_entry == nullptr ? ": its header names no library entry"
@@ -63,7 +63,7 @@ LoadedLibrary::LoadedLibrary(const std::filesystem::path& file, From from)
 }
 
 LoadedLibrary::~LoadedLibrary() {
-  CallEntry(m_entry, m_library, ce::DLL_PROCESS_DETACH);
+  RunEntry(m_entry, m_library, ce::DLL_PROCESS_DETACH);
   dlclose(m_library);
 }
 

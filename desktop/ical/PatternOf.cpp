@@ -10,10 +10,10 @@ namespace {
 constexpr int kMonthsOfAYear = 12;
 constexpr int kMonthEnd = 31;
 
-using Numbers = std::vector<int>;
+using Ints = std::vector<int>;
 
 // A BY list of libical: ended by a mark unless it is full.
-Numbers List(std::span<const short> values) {
+Ints List(std::span<const short> values) {
   return {values.begin(), std::find(values.begin(), values.end(), ICAL_RECURRENCE_ARRAY_MAX)};
 }
 
@@ -24,11 +24,11 @@ struct Parts {
         months(List(rule.by_month)),
         positions(List(rule.by_set_pos)) {}
 
-  Numbers days, month_days, months, positions;
+  Ints days, month_days, months, positions;
 };
 
 // The days of the week as a mask; nothing when one of them has a position, as in 2MO.
-std::optional<int64_t> Mask(const Numbers& days) {
+std::optional<int64_t> Mask(const Ints& days) {
   int64_t mask = 0;
   for (const int day : days) {
     if (icalrecurrencetype_day_position(day) != 0) return std::nullopt;
@@ -46,8 +46,8 @@ std::optional<int64_t> Instance(int position) {
 
 // BYMONTHDAY=28,29,30;BYSETPOS=-1 is the 30th or the last day of a shorter month.
 bool RunsToMonthEnd(const Parts& parts) {
-  const Numbers& days = parts.month_days;
-  if (parts.positions != Numbers{-1} || days.size() < 2 || days.size() > 4) return false;
+  const Ints& days = parts.month_days;
+  if (parts.positions != Ints{-1} || days.size() < 2 || days.size() > 4) return false;
   for (size_t i = 0; i < days.size(); i++)
     if (days[i] != 28 + static_cast<int>(i)) return false;
   return true;

@@ -39,7 +39,7 @@ std::vector<Character> Characters(std::string_view utf8) {
   return all;
 }
 
-size_t Units(const Character& c) { return c.code > 0xFFFF ? 2 : 1; }
+size_t Utf16Units(const Character& c) { return c.code > 0xFFFF ? 2 : 1; }
 
 // 0: the alphabet does not have it.
 size_t Septets(const Character& c) {
@@ -58,9 +58,9 @@ SmsText DivideSms(std::string_view utf8) {
   SmsText text;
   const bool gsm7 = std::all_of(characters.begin(), characters.end(), Septets);
   text.alphabet = gsm7 ? SmsText::Alphabet::kGsm7 : SmsText::Alphabet::kUcs2;
-  const auto size = gsm7 ? Septets : Units;
+  const auto size = gsm7 ? Septets : Utf16Units;
   for (const Character& c : characters) {
-    text.utf16_units += Units(c);
+    text.utf16_units += Utf16Units(c);
     text.length += size(c);
   }
 

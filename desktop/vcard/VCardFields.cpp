@@ -97,12 +97,6 @@ constexpr std::string_view kOwn = "X-BRELIX-";
 constexpr std::string_view kExact = "X-BRELIX-EXACT-";
 constexpr std::string_view kImScheme = "im:";
 
-std::string Capitals(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return out;
-}
-
 std::optional<ContactField> FieldInCapitals(std::string_view name) {
   for (size_t i = 0; i < kContactFields; i++)
     if (Capitals(ContactFieldNames()[i]) == name) return static_cast<ContactField>(i);

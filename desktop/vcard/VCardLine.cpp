@@ -16,12 +16,6 @@ namespace {
 constexpr size_t kFold = 75;
 constexpr std::string_view kPhoneNewLine = "\r\n";
 
-std::string Capitals(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-  return out;
-}
-
 bool IsNameCharacter(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-' || c == '_'; }
 
 // The first of the characters that does not stand in quotes.
@@ -141,6 +135,12 @@ std::string EscapedBut(std::string_view text, std::string_view as_they_are) {
 }
 
 }  // namespace
+
+std::string Capitals(std::string_view text) {
+  std::string out(text);
+  for (char& c : out) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return out;
+}
 
 bool VCardLine::Has(std::string_view type) const { return std::find(types.begin(), types.end(), type) != types.end(); }
 

@@ -25,6 +25,9 @@ struct VCardLine {
   bool IsQuotedPrintable() const { return encoding == "QUOTED-PRINTABLE"; }
 };
 
+// Of the letters of ASCII.
+std::string Capitals(std::string_view text);
+
 // Nothing for a text that is no such line.
 std::optional<VCardLine> ParseVCardLine(std::string_view text, size_t number);
 

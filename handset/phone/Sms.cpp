@@ -16,6 +16,7 @@ using handset::Phone;
 using handset::SmsRule;
 using handset::SmsStep;
 using handset::ThisPhone;
+using handset::ThrowCode;
 
 namespace {
 
@@ -29,10 +30,8 @@ struct OpenSms : handset::HandleObject {
   OpenSms() : HandleObject(Held::kSmsHandle) {}
 };
 
-[[noreturn]] void Throw(ce::HRESULT result) { throw Failure{static_cast<ce::DWORD>(result)}; }
-
 void Need(const Phone& phone, ce::SMS_HANDLE handle) {
-  if (!phone.handles.Find<OpenSms>(static_cast<std::uintptr_t>(handle))) Throw(ce::E_INVALIDARG);
+  if (!phone.handles.Find<OpenSms>(static_cast<std::uintptr_t>(handle))) ThrowCode(ce::E_INVALIDARG);
 }
 
 std::u16string AddressOf(const ce::SMS_ADDRESS& address) {
@@ -41,7 +40,7 @@ std::u16string AddressOf(const ce::SMS_ADDRESS& address) {
 }
 
 std::u16string TextOf(const ce::BYTE* data, ce::DWORD size) {
-  if (size % sizeof(ce::WCHAR) != 0 || (data == nullptr && size != 0)) Throw(ce::SMS_E_INVALIDDATA);
+  if (size % sizeof(ce::WCHAR) != 0 || (data == nullptr && size != 0)) ThrowCode(ce::SMS_E_INVALIDDATA);
   std::u16string text(size / sizeof(ce::WCHAR), u'\0');
   if (size != 0) std::memcpy(text.data(), data, size);
   return text;

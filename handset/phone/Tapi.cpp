@@ -14,6 +14,7 @@ using handset::Held;
 using handset::Line;
 using handset::Phone;
 using handset::ThisPhone;
+using handset::ThrowCode;
 
 namespace {
 
@@ -27,8 +28,6 @@ constexpr ce::DWORD kInvalidPointer = 0x80000035;
 
 // What an application that asked for an event gets. It is the phone's own: nobody closes it.
 constexpr ce::DWORD kLineEvent = 0x0FFC;
-
-[[noreturn]] void Throw(ce::LONG code) { throw Failure{static_cast<ce::DWORD>(code)}; }
 
 struct LineApp : handset::HandleObject {
   LineApp() : HandleObject(Held::kLineApp) {}
@@ -50,12 +49,12 @@ std::shared_ptr<LineApp> FindApp(const Phone& phone, ce::HLINEAPP app) {
 
 Line FindDevice(const Phone& phone, ce::DWORD device) {
   auto line = phone.store.GetLine(device);
-  if (!line) Throw(ce::LINEERR_BADDEVICEID);
+  if (!line) ThrowCode(ce::LINEERR_BADDEVICEID);
   return std::move(*line);
 }
 
 void CheckApi(ce::DWORD version) {
-  if (version < kLowestApi || version > kHighestApi) Throw(ce::LINEERR_INCOMPATIBLEAPIVERSION);
+  if (version < kLowestApi || version > kHighestApi) ThrowCode(ce::LINEERR_INCOMPATIBLEAPIVERSION);
 }
 
 // Fills a variable-size record: the fixed part is there, and each text stands behind the one before if the caller's
@@ -64,7 +63,7 @@ template <typename Record>
 class RecordWriter {
  public:
   explicit RecordWriter(Record* record) : m_record(record), m_total(record->dwTotalSize) {
-    if (m_total < sizeof(Record)) Throw(ce::LINEERR_STRUCTURETOOSMALL);
+    if (m_total < sizeof(Record)) ThrowCode(ce::LINEERR_STRUCTURETOOSMALL);
     *record = {};
     record->dwTotalSize = m_total;
   }
@@ -104,8 +103,8 @@ LONG lineInitializeEx(HLINEAPP* app, HINSTANCE, LINECALLBACK, LPCWSTR appName, D
     if (app == nullptr || deviceCount == nullptr || apiVersion == nullptr || params == nullptr) {
       throw Failure{kInvalidPointer};
     }
-    if (params->dwTotalSize < sizeof(LINEINITIALIZEEXPARAMS)) Throw(LINEERR_STRUCTURETOOSMALL);
-    if (*apiVersion < kLowestApi) Throw(LINEERR_INCOMPATIBLEAPIVERSION);
+    if (params->dwTotalSize < sizeof(LINEINITIALIZEEXPARAMS)) ThrowCode(LINEERR_STRUCTURETOOSMALL);
+    if (*apiVersion < kLowestApi) ThrowCode(LINEERR_INCOMPATIBLEAPIVERSION);
     const auto devices = static_cast<DWORD>(phone.store.GetLines().size());
     const std::string name = appName != nullptr ? handset::ForPeople(appName) : std::string();
     *app = HLINEAPP{phone.handles.Add(std::make_shared<LineApp>(), name)};
@@ -124,7 +123,7 @@ LONG lineNegotiateAPIVersion(HLINEAPP app, DWORD device, DWORD low, DWORD high, 
     FindApp(phone, app);
     FindDevice(phone, device);
     if (version == nullptr) throw Failure{kInvalidPointer};
-    if (low > high || high < kLowestApi || low > kHighestApi) Throw(LINEERR_INCOMPATIBLEAPIVERSION);
+    if (low > high || high < kLowestApi || low > kHighestApi) ThrowCode(LINEERR_INCOMPATIBLEAPIVERSION);
     *version = std::min(high, kHighestApi);
     if (extension != nullptr) *extension = {};
     return 0;
@@ -169,7 +168,7 @@ LONG lineNegotiateExtVersion(HLINEAPP app, DWORD device, DWORD apiVersion, DWORD
     FindDevice(phone, device);
     CheckApi(apiVersion);
     if (extVersion == nullptr) throw Failure{kInvalidPointer};
-    if (low > kExtension || high < kExtension) Throw(LINEERR_INCOMPATIBLEEXTVERSION);
+    if (low > kExtension || high < kExtension) ThrowCode(LINEERR_INCOMPATIBLEEXTVERSION);
     *extVersion = kExtension;
     return 0;
   });
@@ -198,10 +197,10 @@ LONG lineGetGeneralInfo(HLINE line, LINEGENERALINFO* info) {
   Phone& phone = ThisPhone();
   return Enter<Call::lineGetGeneralInfo>(phone, [&]() -> LONG {
     const auto open = phone.handles.Find<OpenLine>(static_cast<std::uintptr_t>(line));
-    if (!open) Throw(LINEERR_INVALLINEHANDLE);
+    if (!open) ThrowCode(LINEERR_INVALLINEHANDLE);
     const Line radio = FindDevice(phone, open->device);
-    if (radio.radioOff) Throw(LINEERR_OPERATIONFAILED);
-    if (radio.operationUnavailable) Throw(LINEERR_OPERATIONUNAVAIL);
+    if (radio.radioOff) ThrowCode(LINEERR_OPERATIONFAILED);
+    if (radio.operationUnavailable) ThrowCode(LINEERR_OPERATIONUNAVAIL);
     if (info == nullptr) throw Failure{kInvalidPointer};
     using Info = LINEGENERALINFO;
     RecordWriter writer(info);

@@ -10,7 +10,7 @@ namespace handset {
 
 namespace {
 
-using Bytes = std::span<const std::uint8_t>;
+using ByteView = std::span<const std::uint8_t>;
 
 constexpr int kDeepest = 16;
 constexpr std::uint16_t kHandleAttribute = 0;
@@ -24,7 +24,7 @@ constexpr std::array<std::uint8_t, 9> kSizesOfType = {0x01, 0x1F,       0x1F,   
 // Takes a record apart from the front; `offset` is where the bytes at hand begin in the record.
 class Reader {
  public:
-  Reader(Bytes bytes, std::size_t offset) : m_bytes(bytes), m_offset(offset) {}
+  Reader(ByteView bytes, std::size_t offset) : m_bytes(bytes), m_offset(offset) {}
 
   bool AtEnd() const { return m_bytes.empty(); }
 
@@ -40,7 +40,7 @@ class Reader {
     SdpElement element{static_cast<SdpType>(type), {}, {}};
     const std::size_t length = LengthOf(element.type, size, start);
     const std::size_t valueAt = m_offset;
-    const Bytes value = Take(length, start);
+    const ByteView value = Take(length, start);
     if (element.type == SdpType::kSequence || element.type == SdpType::kAlternative) {
       if (depth == kDeepest) Refuse(start, fmt::format("elements are nested deeper than {}", kDeepest));
       for (Reader inside(value, valueAt); !inside.AtEnd();) element.elements.push_back(inside.Element(depth + 1));
@@ -64,17 +64,17 @@ class Reader {
     return length;
   }
 
-  Bytes Take(std::size_t count, std::size_t start) {
+  ByteView Take(std::size_t count, std::size_t start) {
     if (count > m_bytes.size()) {
       Refuse(start, fmt::format("an element needs {} bytes more where {} are left", count, m_bytes.size()));
     }
-    const Bytes taken = m_bytes.first(count);
+    const ByteView taken = m_bytes.first(count);
     m_bytes = m_bytes.subspan(count);
     m_offset += count;
     return taken;
   }
 
-  static void Check(SdpType type, Bytes value, std::size_t at) {
+  static void Check(SdpType type, ByteView value, std::size_t at) {
     if (type == SdpType::kBool && value[0] > 1) Refuse(at, fmt::format("a boolean is 0 or 1, not {}", value[0]));
     // It goes into an attribute of XML as it is.
     const auto printable = [](std::uint8_t byte) { return byte > 0x20 && byte < 0x7F; };
@@ -83,11 +83,11 @@ class Reader {
     }
   }
 
-  Bytes m_bytes;
+  ByteView m_bytes;
   std::size_t m_offset;
 };
 
-std::string Hex(Bytes bytes) {
+std::string Hex(ByteView bytes) {
   std::string text;
   for (const std::uint8_t byte : bytes) fmt::format_to(std::back_inserter(text), "{:02x}", byte);
   return text;
@@ -102,14 +102,14 @@ std::string Integer(const SdpElement& element) {
   return fmt::format("<{}int128 value=\"{}\"/>", sign, Hex(bytes));
 }
 
-std::string Uuid(Bytes value) {
+std::string Uuid(ByteView value) {
   if (value.size() < 16) return fmt::format("<uuid value=\"0x{}\"/>", Hex(value));
   const std::string digits = Hex(value);
   return fmt::format("<uuid value=\"{}-{}-{}-{}-{}\"/>", digits.substr(0, 8), digits.substr(8, 4), digits.substr(12, 4),
                      digits.substr(16, 4), digits.substr(20));
 }
 
-std::string Url(Bytes value) {
+std::string Url(ByteView value) {
   std::string text;
   for (const std::uint8_t byte : value) {
     switch (byte) {

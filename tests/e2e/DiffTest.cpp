@@ -26,13 +26,6 @@ json Described() {
 }
 
 // Each line without what is told behind the item.
-std::vector<json> Lines(const std::string& out) {
-  std::vector<json> lines;
-  std::istringstream stream(out);
-  for (std::string line; std::getline(stream, line);) lines.push_back(json::parse(line));
-  return lines;
-}
-
 json FieldsOf(const std::vector<json>& lines, const std::string& domain, const std::string& change) {
   for (const json& line : lines)
     if (line.at("domain") == domain && line.at("change") == change) return line.at("fields");
@@ -71,7 +64,7 @@ TEST(Diff, tells_field_by_field) {
   const PhoneFolder later(other);
   const Outcome outcome = Brelix({"diff", phone.Path(), later.Path(), "--json", "--without", "files"});
   EXPECT_EQ(outcome.code, 5) << outcome.err;
-  const auto lines = Lines(outcome.out);
+  const auto lines = JsonLines(outcome.out);
   EXPECT_EQ(lines.size(), 7u) << outcome.out;
   const json contact = FieldsOf(lines, "contacts", "changed");
   ASSERT_EQ(contact.size(), 2u) << outcome.out;

@@ -8,13 +8,6 @@ namespace {
 
 using nlohmann::json;
 
-std::vector<json> Lines(const std::string& text) {
-  std::vector<json> all;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) all.push_back(json::parse(line, nullptr, false));
-  return all;
-}
-
 json MessagesOf(const std::string& described, int folder) {
   return json::parse(described)["accounts"][0]["folders"][folder]["messages"];
 }
@@ -72,7 +65,7 @@ TEST(Mail, calls_are_told_with_what_the_phone_knows_of_them) {
   Server server(phone, "unix:" + phone.SocketPath());
   const Outcome listed = Brelix({"-d", server.Address(), "--json", "calls", "list"});
   EXPECT_EQ(listed.code, 0) << listed.err;
-  const auto calls = Lines(listed.out);
+  const auto calls = JsonLines(listed.out);
   ASSERT_EQ(calls.size(), 4u) << listed.out;
   EXPECT_EQ(calls[0], json::parse(R"json({"start": "2009-07-12T15:45:01", "end": "2009-07-12T15:46:11",
       "zone": "device-local", "duration_seconds": 70, "direction": "outgoing", "progress": "ended",
@@ -92,7 +85,7 @@ TEST(Mail, what_is_exported_makes_the_same_phone) {
   EXPECT_EQ(Brelix({"-d", server.Address(), "--json", "messages", "accounts"}).out, "{\"name\":\"" + account + "\"}\n");
   EXPECT_EQ(Brelix({"-d", server.Address(), "--json", "messages", "folders", account}).out,
             "{\"name\":\"Inbox\"}\n{\"name\":\"Sent Items\"}\n");
-  const auto exported = Lines(Brelix({"-d", server.Address(), "--json", "messages", "export", account}).out);
+  const auto exported = JsonLines(Brelix({"-d", server.Address(), "--json", "messages", "export", account}).out);
   ASSERT_EQ(exported.size(), 3u);
   EXPECT_EQ(exported[0]["sender"], "Ada") << "the newest first";
   EXPECT_EQ(exported[1]["subject"], "</subject><time>");

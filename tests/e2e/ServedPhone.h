@@ -7,6 +7,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <signal.h>
+#include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
@@ -26,6 +27,14 @@ inline Outcome Brelix(std::vector<std::string> arguments) {
 inline Outcome BrelixPhone(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), BRELIX_PHONE_COMMAND);
   return Run(std::move(arguments));
+}
+
+// What --json prints of a list: one value a line. A line that is none is a discarded one.
+inline std::vector<nlohmann::json> JsonLines(const std::string& text) {
+  std::vector<nlohmann::json> all;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) all.push_back(nlohmann::json::parse(line, nullptr, false));
+  return all;
 }
 
 class PhoneFolder {

@@ -6,17 +6,17 @@
 namespace test {
 namespace {
 
-constexpr std::uint8_t kGuard = 0xA5;
+constexpr std::uint8_t kBeyond = 0xA5;
 
 // A room of a given size with guard bytes behind it.
 struct Room {
-  explicit Room(std::size_t size) : bytes(size + 8, kGuard), writer({bytes.data(), size}, outLen) {
+  explicit Room(std::size_t size) : bytes(size + 8, kBeyond), writer({bytes.data(), size}, outLen) {
     writer.ModuleId(1);
     writer.Command(16);
   }
   Bytes Body() const { return {bytes.begin(), bytes.begin() + outLen}; }
   bool GuardsUntouched() const {
-    return std::all_of(bytes.end() - 8, bytes.end(), [](auto b) { return b == kGuard; });
+    return std::all_of(bytes.end() - 8, bytes.end(), [](auto b) { return b == kBeyond; });
   }
 
   Bytes bytes;

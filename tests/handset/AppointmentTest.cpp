@@ -7,8 +7,6 @@ using test::Held;
 using test::Outlook;
 using test::Read;
 
-#define READ(object, property) Read([&](ce::BSTR* text) { return (object)->get_##property(text); })
-
 // What a getter of a number, flag or date answers; its failure, and then nothing may have been put anywhere.
 template <typename T, typename Get>
 std::string Value(Get get) {

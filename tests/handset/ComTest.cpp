@@ -8,7 +8,6 @@
 
 namespace {
 
-using handset::Held;
 using test::BarePhone;
 
 ce::HRESULT CreateApp(const ce::IID& iid, ce::IPOutlookApp** app) {
@@ -29,7 +28,7 @@ TEST(Com, counts_starts_for_each_thread_and_knows_one_class) {
     ce::CoUninitialize();
     ce::CoUninitialize();
   }).join();
-  EXPECT_EQ(phone->GetLedger().Count(Held::kComStart), 2U);
+  EXPECT_EQ(phone->GetLedger().Count(handset::Held::kComStart), 2U);
   EXPECT_EQ(
       ce::CoCreateInstance(ce::IID_IPOutlookApp, nullptr, 1, ce::IID_IPOutlookApp, reinterpret_cast<void**>(&app)),
       ce::Hresult(0x80040154));
@@ -56,12 +55,12 @@ TEST(Outlook, hands_out_folders_and_collections_with_one_reference_each) {
     EXPECT_EQ(count, 0);
     EXPECT_EQ(items->Item(1, nullptr), ce::E_POINTER);
     EXPECT_EQ(items->AddRef(), 2U);
-    EXPECT_EQ(phone->GetLedger().Count(Held::kComReference), 4U);
+    EXPECT_EQ(phone->GetLedger().Count(handset::Held::kComReference), 4U);
     EXPECT_EQ(items->Release(), 1U);
     EXPECT_EQ(items->Release(), 0U);
     EXPECT_EQ(folder->Release(), 0U);
   }
-  EXPECT_EQ(phone->GetLedger().Count(Held::kPoomLogon), 1U);
+  EXPECT_EQ(phone->GetLedger().Count(handset::Held::kPoomLogon), 1U);
   EXPECT_EQ(app->Logoff(), ce::S_OK);
   EXPECT_EQ(app->Logoff(), ce::E_FAIL);
   EXPECT_EQ(app->Release(), 0U);
@@ -76,7 +75,7 @@ TEST(Outlook, an_object_that_somebody_else_holds_lives_on_until_it_is_released_o
     ASSERT_EQ(CreateApp(ce::IID_IPOutlookApp, &app), ce::S_OK);
     phone.FailCall("IPOutlookApp::Release", 3);
     EXPECT_EQ(app->Release(), 3U);
-    EXPECT_EQ(phone->GetLedger().Count(Held::kComReference), 0U);
+    EXPECT_EQ(phone->GetLedger().Count(handset::Held::kComReference), 0U);
     EXPECT_EQ(app->Logon(0), ce::S_OK) << "still alive";
     EXPECT_EQ(app->Logoff(), ce::S_OK);
     if (released_again) {
@@ -103,7 +102,7 @@ TEST(CallLog, opens_and_closes_once) {
   BarePhone phone;
   ce::HANDLE log{};
   ASSERT_EQ(ce::PhoneOpenCallLog(&log), ce::S_OK);
-  EXPECT_EQ(phone->GetLedger().Count(Held::kCallLog), 1U);
+  EXPECT_EQ(phone->GetLedger().Count(handset::Held::kCallLog), 1U);
   EXPECT_EQ(ce::PhoneCloseCallLog(log), ce::S_OK);
   EXPECT_NE(ce::PhoneCloseCallLog(log), ce::S_OK);
 }

@@ -11,7 +11,6 @@ using test::Read;
 
 constexpr ce::HRESULT kAccessDenied = ce::Hresult(0x80070005);
 
-#define READ(contact, property) Read([&](ce::BSTR* text) { return (contact)->get_##property(text); })
 #define PUT(contact, property, text) Put([&](ce::BSTR made) { return (contact)->put_##property(made); }, text)
 
 ce::INT Count(const Held<ce::IPOutlookItemCollection>& items) {

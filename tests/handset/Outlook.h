@@ -45,6 +45,8 @@ inline std::u16string Read(const std::function<ce::HRESULT(ce::BSTR*)>& get) {
   return read;
 }
 
+#define READ(object, property) test::Read([&](ce::BSTR* text) { return (object)->get_##property(text); })
+
 inline ce::HRESULT Put(const std::function<ce::HRESULT(ce::BSTR)>& put, const char16_t* text) {
   const ce::BSTR made = ce::SysAllocString(text);
   const ce::HRESULT result = put(made);

@@ -10,12 +10,12 @@ namespace {
 using nlohmann::json;
 
 const json& Described() {
-  static const json kPhone = json::parse(R"({"registry": [
+  static const json kKeys = json::parse(R"({"registry": [
     {"key": "HKLM\\System\\Caf\u00e9", "values": [
       {"name": "Folder", "type": "sz", "data": "ab"},
       {"name": "", "type": "dword", "data": 258},
       {"name": "none", "type": "none", "data": {"hex": ""}}]}]})");
-  return kPhone;
+  return kKeys;
 }
 
 TEST(Registry, finds_keys_in_any_case_from_the_root_or_a_key) {

@@ -11,10 +11,10 @@ namespace {
 using nlohmann::json;
 
 const json& TwoLines() {
-  static const json kPhone = json::parse(R"({"lines": [{"name": "Serial"},
+  static const json kTapiPhone = json::parse(R"({"lines": [{"name": "Serial"},
     {"name": "Cellular Line", "manufacturer": "Maker", "model": null, "revision": "", "serialNumber": "123",
      "subscriberNumber": "+1"}]})");
-  return kPhone;
+  return kTapiPhone;
 }
 
 struct App {

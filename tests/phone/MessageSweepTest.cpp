@@ -9,7 +9,7 @@
 namespace test {
 namespace {
 
-const nlohmann::json kPhone = nlohmann::json::parse(R"({"accounts": [{"name": "Other"}, {"name": "A", "folders": [
+const nlohmann::json kMailPhone = nlohmann::json::parse(R"({"accounts": [{"name": "Other"}, {"name": "A", "folders": [
   {"name": "F", "messages": [
     {"sender": {"name": "S", "address": "s"}, "subject": "in", "delivered": "2009-07-12T00:00:00Z"},
     {"recipients": [{"name": "R", "address": "r"}], "subject": "out", "delivered": "2009-07-11T00:00:00Z"}]}]}]})");
@@ -28,7 +28,7 @@ struct Swept {
 // Fails the n-th call that the command makes (0: none). Whatever happens, everything must be given back when the
 // account is cleared, and by the commands that do not keep messages open at once.
 Swept FailCallOf(std::uint16_t command, std::uint64_t n, int readBefore) {
-  TestPhone phone(kPhone);
+  TestPhone phone(kMailPhone);
   Script script;
   Swept run;
   std::vector<std::string> held;
@@ -180,7 +180,7 @@ TEST(MessageSweep, text_messages_close_the_service_and_answer_the_code) {
 }
 
 TEST(MessageSweep, a_document_that_does_not_fit_becomes_a_bare_result) {
-  nlohmann::json phone = kPhone;
+  nlohmann::json phone = kMailPhone;
   nlohmann::json message = nlohmann::json::object();
   const std::string head = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<message>\n  <direction>incoming</direction>\n";
   const std::string tail = "  <sender></sender>\n</message>";

@@ -8,16 +8,16 @@
 namespace test {
 namespace {
 
-const nlohmann::json kPhone = {{"lines",
-                                {{{"name", "Cellular Line"},
-                                  {"manufacturer", "M"},
-                                  {"model", "O"},
-                                  {"revision", "R"},
-                                  {"serialNumber", "S"},
-                                  {"subscriberNumber", "N"}}}}};
+const nlohmann::json kRadioPhone = {{"lines",
+                                     {{{"name", "Cellular Line"},
+                                       {"manufacturer", "M"},
+                                       {"model", "O"},
+                                       {"revision", "R"},
+                                       {"serialNumber", "S"},
+                                       {"subscriberNumber", "N"}}}}};
 
 TEST(RadioIdentity, texts_are_read_in_their_order_until_memory_ends) {
-  TestPhone phone(kPhone);
+  TestPhone phone(kRadioPhone);
   phone.ExpectHeld(handset::Held::kLineApp);
   std::vector<std::u16string> read;
   for (std::uint32_t skip = 0;; ++skip) {
@@ -37,7 +37,7 @@ TEST(RadioIdentity, texts_are_read_in_their_order_until_memory_ends) {
 }
 
 TEST(RadioIdentity, a_text_that_does_not_fit_the_reply_becomes_a_bare_result) {
-  nlohmann::json description = kPhone;
+  nlohmann::json description = kRadioPhone;
   description["lines"][0]["serialNumber"] = std::string(929772, '1');  // with head and result: exactly what fits
   {
     TestPhone phone(description);

@@ -254,7 +254,7 @@ void NeverEnds(Telling& telling) {
 
 // One row a line.
 // clang-format off
-constexpr Lie kLies[] = {
+constexpr Lie kContentLies[] = {
     {"a wrong count", 30, IsCount, Count},
     {"another object id", 4, HasOid, Oid},
     {"a text somewhere", 6, IsDocument, TextSomewhere},
@@ -283,6 +283,6 @@ constexpr Lie kLies[] = {
 
 }  // namespace
 
-std::span<const Lie> ContentLies() { return kLies; }
+std::span<const Lie> ContentLies() { return kContentLies; }
 
 }  // namespace brelix_phone::hostile

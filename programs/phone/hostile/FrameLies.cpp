@@ -136,7 +136,7 @@ void Huge(Telling& telling) {
 
 // One row a line.
 // clang-format off
-constexpr Lie kLies[] = {
+constexpr Lie kFrameLies[] = {
     {"a code of failure", 6, Always, Code},
     {"a code before the data", 3, HasData, CodeBeforeData},
     {"a refusal", 2, Always, Refusal},
@@ -168,6 +168,6 @@ constexpr Lie kLies[] = {
 
 }  // namespace
 
-std::span<const Lie> FrameLies() { return kLies; }
+std::span<const Lie> FrameLies() { return kFrameLies; }
 
 }  // namespace brelix_phone::hostile
