@@ -101,7 +101,6 @@ TEST_F(BluetoothHost, stops_while_a_desktop_does_not_read) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
   ExpectCleanEnd();
-  desktop.Leave();
   talker.join();
 }
 
