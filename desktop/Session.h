@@ -58,6 +58,8 @@ class Session {
   void Close();
 
   const std::string& address() const { return link_->address(); }
+  // Whether streams send requests ahead of their answers.
+  bool AsksAhead() const { return options_.window > 1; }
 
  private:
   friend class Stream;

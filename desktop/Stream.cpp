@@ -27,12 +27,14 @@ using std::chrono::milliseconds;
 //   so a request that waits alone gets none: its own arrival is what the agent needs.
 // * In between, requests are filler for the ones before them, and the more of them are under way the less filler is
 //   needed: 1093 of 20 bytes need none, 400 need 35 bytes each. Sent is what keeps the first quarter of those under way
-//   within reach, for that is what the agent answers while an answer comes here and the next request gets there.
+//   within reach, and no fewer than kFewest, for that is what the agent answers while an answer comes here and the next
+//   request gets there.
 // * A run of filler never reaches 16380 bytes. An agent that held that many with exactly a start mark behind them would
 //   find no room and nothing to drop.
 //
 // The window counts requests; the packet numbers, of which there are 4080, must tell those under way apart.
 constexpr uint64_t kReach = wire::kMaxRequest + 1;
+constexpr size_t kFewest = 16;
 constexpr size_t kMostBytesSent = size_t{256} << 10;
 constexpr size_t kWriteAt = 1024;  // bytes that wait to be written, at most, while answers are handed out
 
@@ -132,7 +134,8 @@ void Stream::Send(Request request) {
 void Stream::TopUp(bool more_follow) {
   if (!session_.needs_filler_ || !Runs() || sent_.empty()) return;
   if (sent_.size() == 1 && !sent_.front().behind) return;
-  const Request& within_reach = more_follow ? sent_[sent_.size() / 4] : sent_.back();
+  const size_t some = std::max(sent_.size() / 4, std::min(sent_.size(), kFewest) - 1);
+  const Request& within_reach = more_follow ? sent_[some] : sent_.back();
   if (within_reach.start + kReach <= position_) return;
   const size_t missing = within_reach.start + kReach - position_;
   session_.QueueFiller(missing);

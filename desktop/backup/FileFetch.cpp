@@ -160,6 +160,12 @@ void FileFetch::Fetch(ListedFile file) {
   Done(file, Source::kPhone);
 }
 
+void FileFetch::Announce(const ListedFile& file) {
+  const bool was_there =
+      taking_.before != nullptr && !taking_.full && IsThere(taking_.before->files() / file.host, file);
+  if (!was_there && !IsDone(file)) files_.Announce(file.path, file.size);
+}
+
 void FileFetch::Take(const ListedFile& file) {
   if (IsDone(file)) return taking_.watch.Advance(file.size.value_or(0));
   try {

@@ -12,6 +12,8 @@ class FileFetch {
   FileFetch(const Taking& taking, PhoneFiles& files, FileList& list) : taking_(taking), files_(files), list_(list) {}
 
   void MakeFolder(const ListedFile& folder);
+  // This file will be taken, after those announced before.
+  void Announce(const ListedFile& file);
   // What goes wrong with this file alone is told as lost, and nothing of it is left.
   void Take(const ListedFile& file);
   // After everything is in the folder.

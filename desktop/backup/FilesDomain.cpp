@@ -5,6 +5,7 @@
 // they are on the disk, so that a run that goes on fetches the rest. A file that is not remembered is fetched again,
 // whatever is in the folder.
 #include <array>
+#include <deque>
 #include <fmt/format.h>
 
 #include "desktop/Text.h"
@@ -32,6 +33,7 @@ constexpr std::array<std::string_view, 4> kNotCarried = {
 
 constexpr size_t kLongestPath = 259;  // units, of a phone
 constexpr size_t kLongestName = 255;  // bytes, of this computer
+constexpr size_t kFilesAhead = 1000;  // that are announced at a time
 
 struct AttributeLetter {
   char letter;
@@ -115,7 +117,17 @@ void Take(const Taking& taking) {
   FileFetch fetch(taking, files, list);
   taking.watch.Expect(list.CountBytes());
   list.ForEachFolder(false, [&](const ListedFile& folder) { fetch.MakeFolder(folder); });
-  list.ForEachFile([&](const ListedFile& file) { fetch.Take(file); });
+  std::deque<ListedFile> ahead;
+  const auto take_one = [&] {
+    fetch.Take(ahead.front());
+    ahead.pop_front();
+  };
+  list.ForEachFile([&](const ListedFile& file) {
+    fetch.Announce(file);
+    ahead.push_back(file);
+    if (ahead.size() > kFilesAhead) take_one();
+  });
+  while (!ahead.empty()) take_one();
   fetch.Finish();
   files.Close();
   list.ForEachFolder(true, [&](const ListedFile& folder) { fetch.SetTime(folder); });

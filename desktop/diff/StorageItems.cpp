@@ -12,6 +12,7 @@
 namespace brelix::diff {
 namespace {
 
+constexpr ptrdiff_t kFilesAhead = 1000;  // that are announced at a time
 constexpr const char* kRoots[] = {"HKCR", "HKCU", "HKLM"};  // those that can be asked for
 
 Item ItemOf(const TreeNode& node) {
@@ -58,7 +59,10 @@ void ReadFiles(Session& session, const ReadOptions& options, const ReadWatch& wa
   PhoneFiles files(session);
   const Tree tree = WalkTree(files, PhonePath());
   for (const Problem& problem : tree.problems) watch.complain(problem.why);
+  auto announced = tree.nodes.begin();
   for (const TreeNode& node : tree.nodes) {
+    for (; options.contents && announced != tree.nodes.end() && &*announced - &node < kFilesAhead; ++announced)
+      if (!announced->entry.IsFolder()) files.Announce(announced->path, announced->entry.size);
     watch.step();
     Item item = ItemOf(node);
     try {

@@ -1,14 +1,12 @@
 #include "desktop/files/PhoneFiles.h"
 
+#include <algorithm>
 #include <fmt/format.h>
-#include <iterator>
 
 #include "desktop/Wire.h"
 
 namespace brelix {
 namespace {
-
-constexpr size_t kMostEntries = 1'000'000;  // of one folder; more than a phone's storage has room for
 
 std::string_view AsText(ByteView bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
@@ -16,8 +14,6 @@ void NeedSuccess(const Result& result, const std::string& shown) {
   if (result.code != 0)
     throw EntryFailure(Exit::kPhoneError, fmt::format("{}: {}", shown, PhoneErrorText(result.code)));
 }
-
-bool NothingMatches(uint32_t code) { return code == wire::kNoMoreFiles || code == wire::kFileNotFound; }
 
 }  // namespace
 
@@ -29,8 +25,14 @@ PhoneFiles::~PhoneFiles() {
   }
 }
 
+void PhoneFiles::StopAhead() {
+  ahead_.Stop();
+  folders_.Stop();
+}
+
 Result PhoneFiles::Ask(uint16_t command, ByteView data) {
   try {
+    StopAhead();
     return session_.AskResult(wire::kSystem, command, data);
   } catch (const Failure& failure) {
     usable_ = failure.code() == Exit::kInterrupted;
@@ -44,8 +46,23 @@ FileEntry PhoneFiles::Info(const PhonePath& path) {
   return ParseFileInfo(AsText(result.data));
 }
 
+bool PhoneFiles::AnnounceFolder(const PhonePath& folder) {
+  if (!session_.AsksAhead() || !folders_.HasRoom()) return false;
+  folders_.Announce(folder);
+  return true;
+}
+
 std::vector<FileEntry> PhoneFiles::List(const PhonePath& folder) {
-  return Entries(folder.EverythingIn(), folder.ForPeople());
+  if (!session_.AsksAhead()) return Entries(folder.EverythingIn(), folder.ForPeople());
+  if (!folders_.Knows(folder)) folders_.Announce(folder);
+  ahead_.Stop();
+  open_ = true;
+  try {
+    return folders_.List(folder);
+  } catch (const Failure& failure) {
+    if (failure.code() == Exit::kLinkLost) usable_ = false;
+    throw;
+  }
 }
 
 std::vector<FileEntry> PhoneFiles::Match(const PhonePath& pattern) {
@@ -53,28 +70,60 @@ std::vector<FileEntry> PhoneFiles::Match(const PhonePath& pattern) {
 }
 
 std::vector<FileEntry> PhoneFiles::Entries(std::string_view pattern, const std::string& shown) {
+  ListedFolder listed(shown);
   const Result opened = Ask(wire::kOpenListing, RequestFor(pattern));
   open_ = false;  // the request closed what was open
-  if (NothingMatches(opened.code)) return {};
-  NeedSuccess(opened, shown);
+  if (!listed.TakeOpened(opened)) return {};
   open_ = true;
-  std::vector<FileEntry> entries;
-  for (;;) {
-    const Result part = Ask(wire::kNextListing);
-    if (part.code != wire::kNoMoreFiles) NeedSuccess(part, shown + ": the listing broke off");
-    const size_t before = entries.size();
-    std::vector<FileEntry> more = ParseFolderPart(AsText(part.data));
-    // Each further part begins with the last entry of the part before, once more.
-    const bool repeated = !entries.empty() && !more.empty() && more.front() == entries.back();
-    std::move(more.begin() + (repeated ? 1 : 0), more.end(), std::back_inserter(entries));
-    if (part.code == wire::kNoMoreFiles) return entries;
-    if (entries.size() == before || entries.size() > kMostEntries)
-      throw Failure(Exit::kProtocol, fmt::format("{}: the phone's listing does not end", shown));
-  }
+  while (!listed.TakePart(Ask(wire::kNextListing))) continue;
+  return std::move(listed.entries);
+}
+
+void PhoneFiles::Announce(const PhonePath& path, std::optional<uint32_t> listed_size) {
+  if (listed_size && session_.AsksAhead()) ahead_.Announce(path, *listed_size);
 }
 
 uint64_t PhoneFiles::Read(const PhonePath& path, std::optional<uint32_t> listed_size,
                           const std::function<void(ByteView)>& sink) {
+  folders_.Stop();
+  return ahead_.MoveTo(path) ? ReadAnnounced(path, sink) : ReadAlone(path, listed_size, sink);
+}
+
+// A file that is longer than it was listed is read once more from its start, since the phone may have closed it for the
+// next one. What was handed out must be what it begins with now.
+uint64_t PhoneFiles::ReadAnnounced(const PhonePath& path, const std::function<void(ByteView)>& sink) {
+  const FileAhead::Outcome begin = [&] {
+    try {
+      const auto outcome = ahead_.Read(sink);
+      open_ = true;
+      return outcome;
+    } catch (const Failure& failure) {
+      open_ = true;
+      if (failure.code() == Exit::kLinkLost) usable_ = false;
+      throw;
+    }
+  }();
+  if (begin.whole) return begin.count;
+  uint64_t seen = 0, digest = FileAhead::kNoBytes;
+  const auto need_same = [&] {
+    if (digest != begin.digest)
+      throw EntryFailure(Exit::kProtocol, fmt::format("{}: was changed while it was read; not kept", path.ForPeople()));
+  };
+  const uint64_t count = ReadAlone(path, std::nullopt, [&](ByteView bytes) {
+    const ByteView known = bytes.first(std::min<uint64_t>(bytes.size(), begin.count - seen));
+    seen += known.size();
+    digest = FileAhead::DigestOf(known, digest);
+    if (seen < begin.count || known.size() == bytes.size()) return;
+    need_same();
+    sink(bytes.subspan(known.size()));
+  });
+  if (seen < begin.count) digest = ~begin.digest;
+  need_same();
+  return count;
+}
+
+uint64_t PhoneFiles::ReadAlone(const PhonePath& path, std::optional<uint32_t> listed_size,
+                               const std::function<void(ByteView)>& sink) {
   const Result opened = Ask(wire::kOpenFile, RequestFor(path.Wire()));
   open_ = opened.code == 0;
   NeedSuccess(opened, path.ForPeople());
@@ -90,6 +139,7 @@ uint64_t PhoneFiles::Read(const PhonePath& path, std::optional<uint32_t> listed_
 }
 
 void PhoneFiles::Close() {
+  StopAhead();
   if (!open_) return;
   open_ = false;
   NeedSuccess(Ask(wire::kCloseFile), "closing what was read");

@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "desktop/Session.h"
+#include "desktop/files/FileAhead.h"
+#include "desktop/files/FolderAhead.h"
 #include "desktop/files/Listing.h"
 #include "desktop/files/PhonePath.h"
 
@@ -14,7 +16,7 @@ namespace brelix {
 class PhoneFiles {
  public:
   // The session must be open.
-  explicit PhoneFiles(Session& session) : session_(session) {}
+  explicit PhoneFiles(Session& session) : session_(session), ahead_(session), folders_(session) {}
   // Closes what is open on the phone, if the phone can still be talked to.
   ~PhoneFiles();
   PhoneFiles(const PhoneFiles&) = delete;
@@ -25,17 +27,28 @@ class PhoneFiles {
   FileEntry Info(const PhonePath& path);
   // Everything in a folder, or everything that a pattern matches, in the phone's order.
   std::vector<FileEntry> List(const PhonePath& folder);
+  // Says that a folder will be listed, in any order. False when there is no room for more before some were listed.
+  bool AnnounceFolder(const PhonePath& folder);
   std::vector<FileEntry> Match(const PhonePath& pattern);
   // Hands a file's bytes to the sink, piece by piece, and returns their number. A listed size spares the last request
   // when the bytes that came are as many and the last piece is short; it decides nothing else.
   uint64_t Read(const PhonePath& path, std::optional<uint32_t> listed_size, const std::function<void(ByteView)>& sink);
+  // Says that a file will be read with this size, after those of which it was said before. What is read in this order
+  // is asked for ahead; files may be passed over, and others read or asked about in between, which takes longer.
+  void Announce(const PhonePath& path, std::optional<uint32_t> listed_size);
   void Close();
 
  private:
   Result Ask(uint16_t command, ByteView data = {});
+  void StopAhead();
+  uint64_t ReadAnnounced(const PhonePath& path, const std::function<void(ByteView)>& sink);
+  uint64_t ReadAlone(const PhonePath& path, std::optional<uint32_t> listed_size,
+                     const std::function<void(ByteView)>& sink);
   std::vector<FileEntry> Entries(std::string_view pattern, const std::string& shown);
 
   Session& session_;
+  FileAhead ahead_;
+  FolderAhead folders_;
   bool open_ = false;
   bool usable_ = true;
 };

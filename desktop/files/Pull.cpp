@@ -14,6 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr ptrdiff_t kFilesAhead = 1000;  // that are announced at a time
+
 void MakeFolder(const fs::path& folder) {
   if (mkdir(folder.c_str(), 0777) == 0) return;
   struct stat now {};
@@ -51,15 +53,21 @@ bool IsBelow(const std::string& local, const std::set<std::string>& folders) {
 
 }  // namespace
 
-bool Pull::Skip(const PhonePath& path, const FileEntry& entry, const fs::path& target) {
+// Whether the target stays as it is, and whether it is what the phone has.
+Pull::Here Pull::Look(const FileEntry& entry, const fs::path& target) const {
   struct stat here {};
-  if (!options_.skip_existing && !options_.resume) return false;
-  if (lstat(target.c_str(), &here) != 0) return false;
+  if (!options_.skip_existing && !options_.resume) return {};
+  if (lstat(target.c_str(), &here) != 0) return {};
   const bool same = S_ISREG(here.st_mode) && entry.size && static_cast<uint32_t>(here.st_size) == *entry.size &&
                     entry.modified == here.st_mtim.tv_sec;
-  if (!same && options_.skip_existing)
+  return {.stays = same || options_.skip_existing, .same = same};
+}
+
+bool Pull::Skip(const PhonePath& path, const FileEntry& entry, const fs::path& target) {
+  const Here here = Look(entry, target);
+  if (!here.stays) return false;
+  if (!here.same)
     watch_.notice(fmt::format("{}: stays, although {} is another on the phone now", target.string(), path.ForPeople()));
-  if (!same && !options_.skip_existing) return false;
   counts_.skipped++;
   watch_.advance(entry.size.value_or(0));
   return true;
@@ -100,6 +108,7 @@ void Pull::Fetch(const PhonePath& path, FileEntry entry, const fs::path& target)
 
 void Pull::File(const PhonePath& path, const FileEntry& entry, const fs::path& target) {
   if (Skip(path, entry, target)) return;
+  files_.Announce(path, entry.size);
   Fetch(path, entry, target);
   FinishFolder(target.has_parent_path() ? target.parent_path() : ".", std::nullopt);
 }
@@ -115,7 +124,11 @@ Problems Pull::Folder(const Tree& tree, std::optional<int64_t> modified, const f
   Problems problems = tree.problems;
   std::set<std::string> missing;  // folders that could not be made here
   MakeFolder(target);
+  auto announced = tree.nodes.begin();
   for (const TreeNode& node : tree.nodes) {
+    for (; announced != tree.nodes.end() && &*announced - &node < kFilesAhead; ++announced)
+      if (!announced->entry.IsFolder() && !Look(announced->entry, target / announced->local).stays)
+        files_.Announce(announced->path, announced->entry.size);
     if (IsBelow(node.local, missing)) continue;
     try {
       Node(node, target);

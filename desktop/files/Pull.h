@@ -39,6 +39,10 @@ class Pull {
   const PullCounts& counts() const { return counts_; }
 
  private:
+  struct Here {
+    bool stays = false, same = false;
+  };
+  Here Look(const FileEntry& entry, const std::filesystem::path& target) const;
   bool Skip(const PhonePath& path, const FileEntry& entry, const std::filesystem::path& target);
   void Fetch(const PhonePath& path, FileEntry entry, const std::filesystem::path& target);
   FileEntry Verified(const PhonePath& path, FileEntry entry, uint64_t count);

@@ -27,6 +27,7 @@ struct Folder {
   PhonePath path;
   std::string local;  // with a slash at the end, or empty
   size_t depth = 0;
+  bool announced = false;
 };
 
 class Walk {
@@ -45,6 +46,12 @@ class Walk {
       if (!of_this_folder) throw;
       problems_.push_back({folder.path.ForPeople(), failure.what()});
     }
+  }
+
+  // Those that are looked into next, as far as there is room.
+  void Announce() {
+    for (auto folder = waiting.rbegin(); folder != waiting.rend() && !folder->announced; ++folder)
+      if (!(folder->announced = files_.AnnounceFolder(folder->path))) break;
   }
 
   std::vector<Folder> waiting;
@@ -83,6 +90,7 @@ Problems WalkNodes(PhoneFiles& files, const PhonePath& root, const TakeNode& tak
   Walk walk(files, problems, take);
   walk.waiting.push_back({root, "", 0});
   while (!walk.waiting.empty()) {
+    walk.Announce();
     const Folder folder = std::move(walk.waiting.back());
     walk.waiting.pop_back();
     walk.LookInto(folder);
