@@ -7,8 +7,13 @@
 #include <string_view>
 
 #include "desktop/Failure.h"
+#include "desktop/FrameCodec.h"
 
 namespace brelix {
+
+inline std::string_view DocumentText(const Bytes& document) {
+  return {reinterpret_cast<const char*>(document.data()), document.size()};
+}
 
 template <typename Item>
 struct Walked {

@@ -90,6 +90,10 @@ inline constexpr uint32_t kFileNotFound = 2;
 inline constexpr uint32_t kNoMoreFiles = 18;
 inline constexpr uint32_t kMoreData = 234;
 
+// A phone tells the numbers of calls and of messages modulo this.
+inline constexpr uint64_t kCountWraps = 65536;
+
+inline constexpr size_t kResultSize = 4;
 inline constexpr size_t kFileChunk = 16364;  // bytes of a file in one answer, at most
 
 // Requests that a stream has under way at a time. Of 16 bytes each they fill an agent's buffer twice.

@@ -5,8 +5,6 @@
 namespace brelix {
 namespace {
 
-std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
-
 Bytes DocumentIn(Result read) {
   if (read.code == wire::kRefusedResult) throw Failure(Exit::kRefused, "the phone refuses to read its calendar");
   if (read.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
@@ -18,7 +16,7 @@ Bytes DocumentIn(Result read) {
 Agenda::Agenda(Session& session) : items_(session, wire::kAgenda) {}
 
 Appointment Agenda::Get(uint32_t position) {
-  return ReadAppointment(AsText(DocumentIn(items_.Ask(wire::kGetItem, position))));
+  return ReadAppointment(DocumentText(DocumentIn(items_.Ask(wire::kGetItem, position))));
 }
 
 void Agenda::All(uint32_t count, const std::function<bool(uint32_t, const Document&)>& visit) {
@@ -34,8 +32,8 @@ uint64_t WalkAppointments(Agenda& agenda, const ItemWalk<Appointment>& walk) {
     walk.step(count);
     try {
       const Bytes document = get();
-      const bool more = walk.visit({position, ReadAppointment(AsText(document)), AsText(document)});
-      misses.Read(AsText(document));
+      const bool more = walk.visit({position, ReadAppointment(DocumentText(document)), DocumentText(document)});
+      misses.Read(DocumentText(document));
       return more;
     } catch (const Failure& failure) {
       misses.Miss(position, failure, walk.miss);

@@ -17,10 +17,6 @@ constexpr std::array<ElementRule, 3> kTexts = {{{"number", 0}, {"phonetype", 1},
 constexpr std::array<std::string_view, 3> kProgress = {"connected", "ended", "roaming"};
 constexpr std::array<std::string_view, 3> kCallerIds = {"unavailable", "blocked", "available"};
 
-constexpr uint64_t kCountWraps = 65536;  // a phone tells the number of entries modulo this
-
-std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
-
 [[noreturn]] void Broken(std::string_view element) {
   throw Failure(Exit::kProtocol, fmt::format("the phone's call entry is broken: no whole <{}>", element));
 }
@@ -114,9 +110,10 @@ namespace {
 
 // Entries are asked for ahead. One that cannot be read does not move the phone's cursor, so that all that were asked
 // for behind it fail as well; then the cursor is moved on and asking goes on.
-class Reader {
+class CallReader {
  public:
-  Reader(Session& session, uint32_t count, const ItemWalk<Call>& walk) : stream_(session), total_(count), walk_(walk) {}
+  CallReader(Session& session, uint32_t count, const ItemWalk<Call>& walk)
+      : stream_(session), total_(count), walk_(walk) {}
 
   uint64_t Run() {
     while (!ended_) {
@@ -142,7 +139,7 @@ class Reader {
   }
 
   void Step() {
-    if (++number_ > total_) total_ += kCountWraps;
+    if (++number_ > total_) total_ += wire::kCountWraps;
     walk_.step(total_);
   }
 
@@ -150,8 +147,8 @@ class Reader {
     failure_.reset();  // the phone could read it after all
     Step();
     try {
-      ended_ = !walk_.visit({number_, ReadCall(AsText(document)), AsText(document)});
-      misses_.Read(AsText(document));
+      ended_ = !walk_.visit({number_, ReadCall(DocumentText(document)), DocumentText(document)});
+      misses_.Read(DocumentText(document));
     } catch (const Failure& failure) {
       misses_.Miss(number_, failure, walk_.miss);
     }
@@ -179,7 +176,7 @@ class Reader {
 uint64_t WalkCalls(CallLog& log, const ItemWalk<Call>& walk) {
   const uint32_t count = log.Rewind();
   if (count == 0) return 0;  // reading would be the phone's error
-  return Reader(log.session_, count, walk).Run();
+  return CallReader(log.session_, count, walk).Run();
 }
 
 }  // namespace brelix

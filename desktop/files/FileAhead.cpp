@@ -6,11 +6,6 @@
 #include "desktop/Wire.h"
 
 namespace brelix {
-namespace {
-
-constexpr size_t kResultSize = 4;
-
-}  // namespace
 
 // One piece more than the size fills: a short one, or an empty one behind the last full one.
 uint64_t FileAhead::File::Pieces() const { return size / wire::kFileChunk + 1; }
@@ -92,7 +87,7 @@ void FileAhead::Open(const std::shared_ptr<File>& file) {
                                 fmt::format("{}: {}", file->path.ForPeople(), PhoneErrorText(opened.code)));
           file->over = true;
         },
-        kResultSize);
+        wire::kResultSize);
   } catch (const EntryFailure& failure) {
     file->failure = failure;
     file->over = true;
@@ -105,7 +100,7 @@ void FileAhead::AskPiece(const std::shared_ptr<File>& file) {
   file->asked++;
   stream_->Ask(
       wire::kSystem, wire::kReadFile, {}, [file](Result piece) { TakePiece(*file, std::move(piece)); },
-      kResultSize + expected);
+      wire::kResultSize + expected);
 }
 
 void FileAhead::TakePiece(File& file, Result piece) {

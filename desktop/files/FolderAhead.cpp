@@ -13,7 +13,6 @@ constexpr size_t kMostEntries = 1'000'000;  // of one folder; more than a phone'
 constexpr size_t kFoldersAhead = 256;
 constexpr size_t kEntriesAhead = 20'000;
 constexpr size_t kMostParts = 64;  // asked for at a time
-constexpr size_t kResultSize = 4;
 
 }  // namespace
 
@@ -99,7 +98,7 @@ void FolderAhead::Ask(const std::shared_ptr<Folder>& folder) {
           [folder](const Result& opened) {
             if (!folder->over) Try(*folder, [&] { folder->over = !folder->listed.TakeOpened(opened); });
           },
-          kResultSize);
+          wire::kResultSize);
     });
   }
   const size_t parts = folder->parts;

@@ -13,10 +13,6 @@ namespace {
 constexpr size_t kLongestName = 255;  // UTF-16 units that an agent can hold
 constexpr uint32_t kNoSuchName = 2;   // no account or folder of the selected name
 constexpr uint32_t kNoMoreMessages = 2;
-constexpr uint64_t kCountWraps = 65536;  // a phone tells the number of messages modulo this
-
-std::string_view AsText(const Bytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
-
 // Every unit is one sequence on the wire.
 size_t Units(std::string_view wire) {
   size_t units = 0;
@@ -49,7 +45,7 @@ void MessageStore::Select(uint16_t command, const char* what, const std::string&
 
 Bytes MessageStore::AccountsDocument() { return session_.Answer(wire::kMessaging, wire::kListAccounts); }
 
-Names MessageStore::Accounts() { return ReadNames(AsText(AccountsDocument()), "accounts"); }
+Names MessageStore::Accounts() { return ReadNames(DocumentText(AccountsDocument()), "accounts"); }
 
 Bytes MessageStore::FoldersDocument(const std::string& account) {
   Select(wire::kSelectAccount, "account", account);
@@ -60,7 +56,7 @@ Bytes MessageStore::FoldersDocument(const std::string& account) {
 }
 
 Names MessageStore::Folders(const std::string& account) {
-  return ReadNames(AsText(FoldersDocument(account)), "folders");
+  return ReadNames(DocumentText(FoldersDocument(account)), "folders");
 }
 
 std::optional<uint32_t> MessageStore::SelectFolder(const std::string& account, const std::string& folder) {
@@ -82,9 +78,9 @@ namespace {
 
 // Messages are asked for ahead, as many as the phone says there are and the one that tells the end. Where it cannot
 // say, as many again as have come.
-class Reader {
+class MessageReader {
  public:
-  Reader(Session& session, std::optional<uint32_t> count, const ItemWalk<Message>& walk)
+  MessageReader(Session& session, std::optional<uint32_t> count, const ItemWalk<Message>& walk)
       : stream_(session), known_(count), total_(count.value_or(0)), walk_(walk) {}
 
   uint64_t Run() {
@@ -102,7 +98,7 @@ class Reader {
       under_way_--;
       if (read.code == kNoMoreMessages) ended_ = true;
       if (ended_) return;
-      if (++number_ > total_) total_ = known_ ? total_ + kCountWraps : number_;
+      if (++number_ > total_) total_ = known_ ? total_ + wire::kCountWraps : number_;
       walk_.step(total_);
       Take(read);
     });
@@ -111,8 +107,8 @@ class Reader {
   void Take(const Result& read) {
     try {
       if (read.code != 0) throw Failure(Exit::kPhoneError, PhoneErrorText(read.code));
-      ended_ = !walk_.visit({number_, ReadMessage(AsText(read.data)), AsText(read.data)});
-      misses_.Read(AsText(read.data));
+      ended_ = !walk_.visit({number_, ReadMessage(DocumentText(read.data)), DocumentText(read.data)});
+      misses_.Read(DocumentText(read.data));
     } catch (const Failure& failure) {
       misses_.Miss(number_, failure, walk_.miss);
     }
@@ -132,7 +128,7 @@ class Reader {
 
 uint64_t WalkMessages(MessageStore& store, const std::string& account, const std::string& folder,
                       const ItemWalk<Message>& walk) {
-  return Reader(store.session_, store.SelectFolder(account, folder), walk).Run();
+  return MessageReader(store.session_, store.SelectFolder(account, folder), walk).Run();
 }
 
 }  // namespace brelix

@@ -10,13 +10,13 @@
 namespace brelix {
 namespace {
 
-constexpr size_t kDeepest = 512;  // no registry goes deeper
+constexpr size_t kDeepestKey = 512;  // no registry goes deeper
 constexpr size_t kMostKeys = 1'000'000;
 constexpr size_t kKeysAhead = 512;  // that are asked for or read and have not been told of
 
 // A key whose answers are on their way.
-struct Node {
-  explicit Node(KeyPath its_path) : path(std::move(its_path)) {}
+struct KeyNode {
+  explicit KeyNode(KeyPath its_path) : path(std::move(its_path)) {}
 
   const KeyPath path;
   bool asked = false;
@@ -27,7 +27,7 @@ struct Node {
   };
   std::vector<Value> values;  // in the phone's order
   Problems of_values, of_keys;
-  std::vector<std::shared_ptr<Node>> children;
+  std::vector<std::shared_ptr<KeyNode>> children;
 
   bool IsRead() const { return asked && missing == 0; }
   std::vector<RegistryValue> TakeValues() {
@@ -40,13 +40,13 @@ struct Node {
 
 // Asks for many keys and values ahead and tells of the keys in their order: what is above first, the keys of one key in
 // the phone's order.
-class Walk {
+class KeyWalk {
  public:
-  Walk(PhoneRegistry& registry, Problems& problems) : stream_(registry.session()), problems_(problems) {}
+  KeyWalk(PhoneRegistry& registry, Problems& problems) : stream_(registry.session()), problems_(problems) {}
 
   void Run(const KeyPath& root, bool with_keys, const std::function<void(const KeyContents&)>& key) {
     with_keys_ = with_keys;
-    to_tell_.push_back(std::make_shared<Node>(root));
+    to_tell_.push_back(std::make_shared<KeyNode>(root));
     while (!to_tell_.empty()) {
       if (const auto next = NextToAsk())
         Ask(*next);
@@ -59,17 +59,17 @@ class Walk {
 
  private:
   // The key that is told of next has precedence over those that were found later.
-  std::shared_ptr<Node> NextToAsk() {
+  std::shared_ptr<KeyNode> NextToAsk() {
     if (!to_tell_.back()->asked) return to_tell_.back();
     while (!to_ask_.empty() && ahead_ < kKeysAhead) {
-      const std::shared_ptr<Node> next = to_ask_.back().lock();
+      const std::shared_ptr<KeyNode> next = to_ask_.back().lock();
       if (next && !next->asked) return next;
       to_ask_.pop_back();
     }
     return nullptr;
   }
 
-  void Ask(Node& node) {
+  void Ask(KeyNode& node) {
     node.asked = true;
     ahead_++;
     node.missing = 1;  // until everything of it is asked
@@ -79,7 +79,7 @@ class Walk {
     node.missing--;
   }
 
-  void Ask(Node& node, uint16_t command, Problems& problems, const std::function<void(const Result&)>& take) {
+  void Ask(KeyNode& node, uint16_t command, Problems& problems, const std::function<void(const Result&)>& take) {
     Try(node, problems, [&] {
       Bytes request = PhoneRegistry::KeyRequest(node.path);
       node.missing++;
@@ -90,7 +90,7 @@ class Walk {
     });
   }
 
-  void TakeValues(Node& node, const Result& result) {
+  void TakeValues(KeyNode& node, const Result& result) {
     const auto list = PhoneRegistry::ValuesIn(result, node.path);
     node.values.resize(list.entries.size());
     std::set<std::string> names;
@@ -105,7 +105,7 @@ class Walk {
     if (list.cut) TellCut(node, node.of_values, "values", *list.cut);
   }
 
-  void AskValue(Node& node, size_t at, const std::string& name) {
+  void AskValue(KeyNode& node, size_t at, const std::string& name) {
     try {
       Bytes request = PhoneRegistry::ValueRequest(node.path, name);
       node.missing++;
@@ -122,7 +122,7 @@ class Walk {
     }
   }
 
-  void TakeKeys(Node& node, const Result& result) {
+  void TakeKeys(KeyNode& node, const Result& result) {
     std::set<std::string> names;
     const auto list = PhoneRegistry::KeysIn(result, node.path);
     for (const std::string& name : list.entries) {
@@ -132,10 +132,10 @@ class Walk {
         LeaveOut(node, fmt::format("the phone lists a key \"{}\", which is not a name", CleanUtf8(name)));
       else if (!names.insert(name).second)
         LeaveOut(node, fmt::format("the phone lists the key \"{}\" twice", CleanUtf8(name)));
-      else if (node.path.Depth() == kDeepest)
+      else if (node.path.Depth() == kDeepestKey)
         LeaveOut(node, "keys this deep are on no phone");
       else
-        node.children.push_back(std::make_shared<Node>(node.path / name));
+        node.children.push_back(std::make_shared<KeyNode>(node.path / name));
     }
     if (list.cut) TellCut(node, node.of_keys, "keys", *list.cut);
     known_ += node.children.size();
@@ -144,10 +144,10 @@ class Walk {
   }
 
   void Tell(const std::function<void(const KeyContents&)>& key) {
-    const std::shared_ptr<Node> node = std::move(to_tell_.back());
+    const std::shared_ptr<KeyNode> node = std::move(to_tell_.back());
     to_tell_.pop_back();
     ahead_--;
-    for (const Node::Value& each : node->values)
+    for (const KeyNode::Value& each : node->values)
       if (!each.value) problems_.push_back({node->path.ForPeople(), each.problem});
     problems_.insert(problems_.end(), node->of_values.begin(), node->of_values.end());
     // A key that gives neither list is told of once.
@@ -159,7 +159,7 @@ class Walk {
   }
 
   template <typename Act>
-  void Try(Node& node, Problems& problems, Act act) {
+  void Try(KeyNode& node, Problems& problems, Act act) {
     try {
       act();
     } catch (const EntryFailure& failure) {
@@ -167,19 +167,19 @@ class Walk {
     }
   }
 
-  static std::string Words(const Node& node, const std::string& why) {
+  static std::string Words(const KeyNode& node, const std::string& why) {
     return fmt::format("{}: {}", node.path.ForPeople(), why);
   }
-  static void LeaveOut(Node& node, const std::string& why) {
+  static void LeaveOut(KeyNode& node, const std::string& why) {
     node.of_keys.push_back({node.path.ForPeople(), Words(node, why)});
   }
-  static void TellCut(Node& node, Problems& problems, const char* what, uint32_t code) {
+  static void TellCut(KeyNode& node, Problems& problems, const char* what, uint32_t code) {
     problems.push_back({node.path.ForPeople(),
                         Words(node, fmt::format("the phone's list of {} ends early: {}", what, PhoneErrorText(code)))});
   }
 
-  std::vector<std::shared_ptr<Node>> to_tell_;  // the next one last
-  std::vector<std::weak_ptr<Node>> to_ask_;     // likewise, of those; some are asked already, and gone
+  std::vector<std::shared_ptr<KeyNode>> to_tell_;  // the next one last
+  std::vector<std::weak_ptr<KeyNode>> to_ask_;     // likewise, of those; some are asked already, and gone
   size_t ahead_ = 0;
   size_t known_ = 0;
   bool with_keys_ = true;
@@ -191,14 +191,14 @@ class Walk {
 
 std::vector<RegistryValue> ReadValues(PhoneRegistry& registry, const KeyPath& path, Problems& problems) {
   std::vector<RegistryValue> values;
-  Walk(registry, problems).Run(path, false, [&](const KeyContents& key) { values = key.values; });
+  KeyWalk(registry, problems).Run(path, false, [&](const KeyContents& key) { values = key.values; });
   return values;
 }
 
 Problems WalkRegistry(PhoneRegistry& registry, const KeyPath& root,
                       const std::function<void(const KeyContents&)>& key) {
   Problems problems;
-  Walk(registry, problems).Run(root, true, key);
+  KeyWalk(registry, problems).Run(root, true, key);
   return problems;
 }
 
