@@ -28,7 +28,7 @@ using std::chrono::milliseconds;
 // * In between, requests are filler for the ones before them, and the more of them are under way the less filler is
 //   needed: 1093 of 20 bytes need none, 400 need 35 bytes each. Sent is what keeps the first quarter of those under way
 //   within reach, and no fewer than kFewest, for that is what the agent answers while an answer comes here and the next
-//   request gets there.
+//   request gets there. At first, when answers come together that were waited for together, it is the first half.
 // * A run of filler never reaches 16380 bytes. An agent that held that many with exactly a start mark behind them would
 //   find no room and nothing to drop.
 //
@@ -134,7 +134,8 @@ void Stream::Send(Request request) {
 void Stream::TopUp(bool more_follow) {
   if (!session_.needs_filler_ || !Runs() || sent_.empty()) return;
   if (sent_.size() == 1 && !sent_.front().behind) return;
-  const size_t some = std::max(sent_.size() / 4, std::min(sent_.size(), kFewest) - 1);
+  const size_t share = taken_ < sent_.size() ? sent_.size() / 2 : sent_.size() / 4;
+  const size_t some = std::max(share, std::min(sent_.size(), kFewest) - 1);
   const Request& within_reach = more_follow ? sent_[some] : sent_.back();
   if (within_reach.start + kReach <= position_) return;
   const size_t missing = within_reach.start + kReach - position_;

@@ -30,7 +30,7 @@ class Ahead {
 
  private:
   size_t typical_ = 1024;
-  size_t limit_ = size_t{256} << 10;
+  size_t limit_ = size_t{512} << 10;
   size_t since_ = 0;  // bytes that came since the limit was looked at
   Deadline looked_ = Clock::now();
 };
