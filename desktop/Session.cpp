@@ -141,7 +141,10 @@ Frame Session::AwaitHandshake(Deadline deadline) {
   bool swallowed = false;  // an answer came that is not ours: our request may have been taken for the end of another
   while (Clock::now() < deadline) {
     auto frame = NextFrame(std::min(deadline, Clock::now() + wire::kNudgeAfter));
-    if (frame && sent.erase(frame->number) > 0) {
+    // What an earlier desktop asked may have the same number.
+    const bool ours = frame && frame->module == wire::kSystem &&
+                      (frame->command == wire::kHandshake + 1 || frame->command == 0) && sent.erase(frame->number) > 0;
+    if (ours) {
       given_up_.merge(sent);
       return *frame;
     }
