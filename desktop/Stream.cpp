@@ -36,6 +36,9 @@ using std::chrono::milliseconds;
 constexpr uint64_t kReach = wire::kMaxRequest + 1;
 constexpr size_t kFewest = 16;
 constexpr size_t kMostBytesSent = size_t{256} << 10;
+// Where an agent reads byte by byte: less than a pipe holds and than is read from it at a time. Where they end in the
+// middle of a request, an agent that finds fewer than 16 bytes sleeps as well.
+constexpr size_t kMostBytesOfAStream = size_t{8} << 10;
 constexpr size_t kWriteAt = 1024;  // bytes that wait to be written, at most, while answers are handed out
 
 constexpr milliseconds kHelped{200};  // an answer this soon after a nudge was waiting for it
@@ -104,7 +107,8 @@ void Stream::Finish() {
 
 bool Stream::HasRoom() const {
   if (sent_.empty()) return true;
-  return sent_.size() < window_ && expected_ < ahead_.limit() && bytes_sent_ < kMostBytesSent;
+  const size_t most_bytes = session_.needs_filler_ ? kMostBytesSent : kMostBytesOfAStream;
+  return sent_.size() < window_ && expected_ < ahead_.limit() && bytes_sent_ < most_bytes;
 }
 
 void Stream::Fill(bool more_follow) {

@@ -1,6 +1,7 @@
 #include "desktop/files/FileAhead.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fmt/format.h>
 
 #include "desktop/Wire.h"
@@ -11,7 +12,17 @@ namespace brelix {
 uint64_t FileAhead::File::Pieces() const { return size / wire::kFileChunk + 1; }
 
 uint64_t FileAhead::DigestOf(ByteView bytes, uint64_t before) {
-  for (const uint8_t byte : bytes) before = (before ^ byte) * 0x100000001B3;  // FNV-1a
+  const auto mix = [&](uint64_t word) {
+    before = (before ^ word) * 0x9E3779B97F4A7C15;
+    before ^= before >> 32;
+  };
+  mix(bytes.size());
+  for (; bytes.size() >= sizeof(uint64_t); bytes = bytes.subspan(sizeof(uint64_t))) {
+    uint64_t word;
+    std::memcpy(&word, bytes.data(), sizeof word);
+    mix(word);
+  }
+  for (const uint8_t byte : bytes) mix(byte);
   return before;
 }
 

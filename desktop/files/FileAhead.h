@@ -35,9 +35,9 @@ class FileAhead {
   // Whether a file is open on the phone, as far as is known.
   bool open() const { return open_; }
 
-  // Tells runs of bytes apart, not more.
-  static uint64_t DigestOf(ByteView bytes, uint64_t before);
-  static constexpr uint64_t kNoBytes = 0xCBF29CE484222325;
+  // Tells files apart that come in pieces of the same sizes, not more.
+  static uint64_t DigestOf(ByteView piece, uint64_t before);
+  static constexpr uint64_t kNoBytes = 0;
 
  private:
   struct File {

@@ -112,7 +112,7 @@ uint64_t PhoneFiles::ReadAnnounced(const PhonePath& path, const std::function<vo
   const uint64_t count = ReadAlone(path, std::nullopt, [&](ByteView bytes) {
     const ByteView known = bytes.first(std::min<uint64_t>(bytes.size(), begin.count - seen));
     seen += known.size();
-    digest = FileAhead::DigestOf(known, digest);
+    if (!known.empty()) digest = FileAhead::DigestOf(known, digest);
     if (seen < begin.count || known.size() == bytes.size()) return;
     need_same();
     sink(bytes.subspan(known.size()));
