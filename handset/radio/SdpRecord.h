@@ -1,4 +1,4 @@
-// A service record as the Bluetooth specification encodes it (data elements, big-endian), read strictly and turned into
+// A service record as Bluetooth encodes it (data elements, big-endian), read strictly and turned into
 // the XML form in which BlueZ takes records.
 #pragma once
 
