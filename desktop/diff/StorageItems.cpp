@@ -12,8 +12,10 @@
 namespace brelix::diff {
 namespace {
 
-constexpr ptrdiff_t kFilesAhead = 1000;  // that are announced at a time
-constexpr const char* kRoots[] = {"HKCR", "HKCU", "HKLM"};  // those that can be asked for
+// How many files are announced at a time.
+constexpr ptrdiff_t kFilesAhead = 1000;
+// The roots that can be asked for.
+constexpr const char* kRoots[] = {"HKCR", "HKCU", "HKLM"};
 
 Item ItemOf(const TreeNode& node) {
   const FileEntry& entry = node.entry;
