@@ -2,13 +2,17 @@
 // 997th. What is on the disk is the old backup or none, and something to go on with; going on makes the same backup as
 // a run that nobody disturbed.
 //
-//     cut_campaign           all of it
+//     cut_campaign           all of it, many at once, as each mostly waits for the agent's sleeps
 //     cut_campaign STEP      after every STEP-th byte only
+#include <array>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fmt/format.h>
-#include <map>
+#include <new>
+#include <sys/mman.h>
+#include <sys/wait.h>
 
 #include "desktop/backup/Backup.h"
 #include "desktop/backup/Verify.h"
@@ -24,6 +28,20 @@ namespace backup = brelix::backup;
 
 constexpr std::uint64_t kEachUpTo = 20000;
 constexpr std::uint64_t kThenEvery = 997;
+constexpr unsigned kJobs = 32;
+
+// What the jobs, a process each, have done together.
+struct Tally {
+  std::atomic<std::uint64_t> runs, went_on, failures, bytes;
+  std::array<std::atomic<std::uint64_t>, 16> exits;
+};
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
+
+Tally& SharedTally() {
+  void* memory = mmap(nullptr, sizeof(Tally), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) throw std::runtime_error("no memory to share");
+  return *new (memory) Tally{};
+}
 
 class Silent final : public backup::BackupWatch {
  public:
@@ -51,27 +69,26 @@ nlohmann::json Contents(const fs::path& folder) {
 
 class Campaign {
  public:
-  Campaign() : scratch_(Place()), target_(scratch_.Path() / "backup"), phone_(MakePhone(scratch_.Path())) {
+  explicit Campaign(Tally& tally)
+      : tally_(tally), scratch_(Place()), target_(scratch_.Path() / "backup"), phone_(MakePhone(scratch_.Path())) {
     for (const backup::Domain* domain : backup::Domains()) options_.domains.push_back(domain);
     options_.tool_version = "campaign";
   }
 
-  bool Run(std::uint64_t step) {
+  // Every kJobs-th cut, beginning with the job's own.
+  void Run(std::uint64_t step, unsigned job) {
     const std::optional<brelix::Failure> failure = Take();
     if (failure) throw *failure;
     expected_ = Contents(target_);
     const std::uint64_t total = phone_.Arrived();
-    fmt::print("cut: a whole backup is {} bytes of answers\n", total);
-    std::uint64_t runs = 0;
+    tally_.bytes = total;
+    std::uint64_t count = 0;
     for (std::uint64_t cut = 0; cut <= total; cut += step != 0 ? step : cut < kEachUpTo ? 1 : kThenEvery) {
-      CutOnce(cut, runs++ % 2 == 0);
-      if (runs % 1000 == 0) fmt::print("cut: {} runs, at byte {}\n", runs, cut);
+      if (count++ % kJobs != job) continue;
+      CutOnce(cut, count / kJobs % 2 == 0);
+      if (const std::uint64_t runs = ++tally_.runs; runs % 1000 == 0) fmt::print("cut: {} links cut\n", runs);
       std::fflush(stdout);
     }
-    fmt::print("cut: {} links cut; by exit code:", runs);
-    for (const auto& [code, times] : exits_) fmt::print(" {} x {}", times, code);
-    fmt::print("; {} gone on with; {} failures\n", went_on_, failures_);
-    return failures_ == 0;
   }
 
  private:
@@ -93,7 +110,7 @@ class Campaign {
                               {});
       brelix::Client(session).Start();
       const backup::BackupOutcome outcome = backup::MakeBackup(session, target_, options_, silent);
-      if (outcome.went_on) went_on_++;
+      if (outcome.went_on) tally_.went_on++;
       return std::nullopt;
     } catch (const brelix::Failure& failure) {
       return failure;
@@ -106,7 +123,7 @@ class Campaign {
     phone_.CutAfter(cut);
     const std::optional<brelix::Failure> failure = Take();
     phone_.CutAfter(UINT64_MAX);
-    exits_[failure ? static_cast<int>(failure->code()) : 0]++;
+    tally_.exits.at(failure ? static_cast<std::size_t>(failure->code()) : 0)++;
     if (failure) {
       if (failure->code() != brelix::Exit::kLinkLost) Wrong(cut, failure->what());
       const bool there = fs::exists(target_);
@@ -139,18 +156,43 @@ class Campaign {
   }
 
   void Wrong(std::uint64_t cut, const std::string& what) {
-    failures_++;
+    tally_.failures++;
     fmt::print("cut: after {} bytes: {}\n", cut, what);
   }
 
+  Tally& tally_;
   const test::TemporaryFolder scratch_;
   const fs::path target_;
   CutPhone phone_;
   backup::BackupOptions options_;
   nlohmann::json expected_;
-  std::map<int, std::uint64_t> exits_;
-  std::uint64_t went_on_ = 0, failures_ = 0;
 };
+
+// Runs the jobs, a process each as the phone is one a process. False when one found a fault or broke off.
+bool RunAll(std::uint64_t step) {
+  Tally& tally = SharedTally();
+  for (unsigned job = 0; job < kJobs; job++) {
+    const pid_t child = fork();
+    if (child < 0) throw std::runtime_error("no process for a job");
+    if (child != 0) continue;
+    try {
+      Campaign(tally).Run(step, job);
+    } catch (const std::exception& error) {
+      tally.failures++;
+      fmt::print("cut: job {}: {}\n", job, error.what());
+    }
+    std::exit(0);
+  }
+  bool ended_well = true;
+  for (int status = 0; wait(&status) > 0;) ended_well = ended_well && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  fmt::print("cut: a whole backup is {} bytes of answers; {} links cut; by exit code:", tally.bytes.load(),
+             tally.runs.load());
+  for (std::size_t code = 0; code < tally.exits.size(); code++)
+    if (tally.exits[code] != 0) fmt::print(" {} x {}", tally.exits[code].load(), code);
+  fmt::print("; {} gone on with; {} failures{}\n", tally.went_on.load(), tally.failures.load(),
+             ended_well ? "" : "; a job broke off");
+  return ended_well && tally.failures == 0 && tally.runs != 0;
+}
 
 }  // namespace
 }  // namespace campaign
@@ -162,5 +204,5 @@ int main(int argc, char** argv) {
     return 2;
   }
   signal(SIGPIPE, SIG_IGN);  // as brelix does: a lost link is an error of write()
-  return campaign::Campaign().Run(static_cast<std::uint64_t>(step)) ? 0 : 1;
+  return campaign::RunAll(static_cast<std::uint64_t>(step)) ? 0 : 1;
 }
