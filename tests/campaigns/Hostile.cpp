@@ -134,7 +134,8 @@ class Campaign {
   Ending RunCommand(const fs::path& place, const fs::path& folder, const std::string& how, const Words& command) const {
     const std::string address = fmt::format("exec:{} rapi --no-log {} {}", BRELIX_PHONE_COMMAND, how, Phone().string());
     ChildRun run;
-    run.words = {BRELIX_COMMAND, "--read-only", "--timeout", "0.5"};
+    // A liar may never answer; an honest phone does, however busy the machine is.
+    run.words = {BRELIX_COMMAND, "--read-only", "--timeout", how.empty() ? "20" : "0.5"};
     if (command[0] != "verify") run.words.insert(run.words.end(), {"-d", address});
     for (const std::string& word : command)
       run.words.push_back(word == "HONEST" ? Phone().string() : word == "PHONE" ? address : word);
