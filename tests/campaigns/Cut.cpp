@@ -32,7 +32,7 @@ constexpr unsigned kJobs = 32;
 
 // What the jobs, a process each, have done together.
 struct Tally {
-  std::atomic<std::uint64_t> runs, went_on, failures, bytes;
+  std::atomic<std::uint64_t> runs, partials, went_on, failures, bytes;
   std::array<std::atomic<std::uint64_t>, 16> exits;
 };
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
@@ -136,8 +136,9 @@ class Campaign {
 
   // What is left to go on with must not be taken for a backup, or for a phone.
   void CheckPartial(std::uint64_t cut) {
-    const fs::path partial = target_.parent_path() / ("." + target_.filename().string() + ".partial");
+    const fs::path partial = target_.parent_path() / ("." + target_.filename().string() + ".partial") / "phone";
     if (!fs::exists(partial / "phone.db")) return;
+    tally_.partials++;
     try {
       backup::PhoneFolder::OpenForReading(partial);
       Wrong(cut, "half a backup passes for a phone");
@@ -189,9 +190,9 @@ bool RunAll(std::uint64_t step) {
              tally.runs.load());
   for (std::size_t code = 0; code < tally.exits.size(); code++)
     if (tally.exits[code] != 0) fmt::print(" {} x {}", tally.exits[code].load(), code);
-  fmt::print("; {} gone on with; {} failures{}\n", tally.went_on.load(), tally.failures.load(),
-             ended_well ? "" : "; a job broke off");
-  return ended_well && tally.failures == 0 && tally.runs != 0;
+  fmt::print("; {} halves looked at; {} gone on with; {} failures{}\n", tally.partials.load(), tally.went_on.load(),
+             tally.failures.load(), ended_well ? "" : "; a job broke off");
+  return ended_well && tally.failures == 0 && tally.partials != 0;
 }
 
 }  // namespace
