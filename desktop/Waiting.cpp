@@ -17,6 +17,11 @@ int MillisecondsUntil(Deadline deadline) {
   return static_cast<int>(std::clamp<int64_t>(left, 0, 1 << 30));
 }
 
+void TakeInterrupt(CancelFd cancel) {
+  char taken;
+  if (read(cancel, &taken, 1) == 1) throw Failure(Exit::kInterrupted, "interrupted");
+}
+
 }  // namespace
 
 bool WaitForAny(std::span<pollfd> polled, Deadline deadline, CancelFd cancel) {
@@ -25,10 +30,7 @@ bool WaitForAny(std::span<pollfd> polled, Deadline deadline, CancelFd cancel) {
   for (;;) {
     const int ready = poll(all.data(), all.size(), MillisecondsUntil(deadline));
     if (ready < 0 && errno != EINTR) throw Failure(Exit::kUnexpected, fmt::format("poll: {}", std::strerror(errno)));
-    if (ready > 0 && all.back().revents != 0) {
-      char taken;
-      if (read(cancel, &taken, 1) == 1) throw Failure(Exit::kInterrupted, "interrupted");
-    }
+    if (ready > 0 && all.back().revents != 0) TakeInterrupt(cancel);
     std::copy(all.begin(), all.end() - 1, polled.begin());
     const auto said = [](const pollfd& each) { return each.revents != 0; };
     if (ready > 0 && std::any_of(polled.begin(), polled.end(), said)) return true;
@@ -39,6 +41,11 @@ bool WaitForAny(std::span<pollfd> polled, Deadline deadline, CancelFd cancel) {
 short WaitFor(int fd, short events, Deadline deadline, CancelFd cancel) {
   pollfd polled{fd, events, 0};
   return WaitForAny({&polled, 1}, deadline, cancel) ? polled.revents : 0;
+}
+
+void FailIfInterrupted(CancelFd cancel) {
+  pollfd polled{cancel, POLLIN, 0};
+  if (poll(&polled, 1, 0) > 0 && polled.revents != 0) TakeInterrupt(cancel);
 }
 
 }  // namespace brelix

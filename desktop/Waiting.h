@@ -20,4 +20,7 @@ bool WaitForAny(std::span<pollfd> polled, Deadline deadline, CancelFd cancel);
 // What poll() says of the descriptor, 0 when the deadline passed first. With -1 for a descriptor it only waits.
 short WaitFor(int fd, short events, Deadline deadline, CancelFd cancel);
 
+// For work that waits for nothing: fails with kInterrupted, as the waits do, when there was an interrupt.
+void FailIfInterrupted(CancelFd cancel);
+
 }  // namespace brelix

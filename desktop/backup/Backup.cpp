@@ -8,20 +8,6 @@ namespace brelix::backup {
 
 namespace {
 
-// What ends the backup and not only a domain of it: the next one would fare no better.
-bool EndsEverything(const Failure& failure) {
-  switch (failure.code()) {
-    case Exit::kLocalFile:
-    case Exit::kNoDevice:
-    case Exit::kLinkLost:
-    case Exit::kInterrupted:
-    case Exit::kUnexpected:
-      return true;
-    default:
-      return false;
-  }
-}
-
 // Puts what is lost into the record of the run as well.
 class RecordingWatch final : public Watch {
  public:

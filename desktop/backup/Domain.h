@@ -62,6 +62,9 @@ struct Domain {
   void (*for_each)(const PhoneFolder& folder, const RecordSink& sink);
 };
 
+// What ends the work and not only a domain of it: the next one would fare no better.
+bool EndsEverything(const Failure& failure);
+
 // In the order in which they are taken.
 std::span<const Domain* const> Domains();
 // Null when there is none of this name.

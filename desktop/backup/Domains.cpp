@@ -19,4 +19,17 @@ const Domain* FindDomain(std::string_view name) {
   return at == kDomains.end() ? nullptr : *at;
 }
 
+bool EndsEverything(const Failure& failure) {
+  switch (failure.code()) {
+    case Exit::kLocalFile:
+    case Exit::kNoDevice:
+    case Exit::kLinkLost:
+    case Exit::kInterrupted:
+    case Exit::kUnexpected:
+      return true;
+    default:
+      return false;
+  }
+}
+
 }  // namespace brelix::backup

@@ -12,21 +12,41 @@
 
 namespace brelix::backup {
 
-std::string DigestOfFile(const std::filesystem::path& file) {
-  const auto fail = [&](int error) {
-    throw Failure(Exit::kLocalFile, fmt::format("{}: cannot be read: {}", file.string(), std::strerror(error)));
+namespace {
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) close(fd_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return fd_; }
+
+ private:
+  const int fd_;
+};
+
+}  // namespace
+
+std::string DigestOfFile(const std::filesystem::path& file, CancelFd cancel) {
+  const auto fail = [&] {
+    throw Failure(Exit::kLocalFile, fmt::format("{}: cannot be read: {}", file.string(), std::strerror(errno)));
   };
-  const int fd = open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) fail(errno);
+  const Descriptor opened(open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (opened.get() < 0) fail();
   Digest digest;
   std::array<uint8_t, 65536> piece;
-  ssize_t count = 0;
-  while ((count = read(fd, piece.data(), piece.size())) > 0 || (count < 0 && errno == EINTR))
-    if (count > 0) digest.Add({piece.data(), static_cast<size_t>(count)});
-  const int error = errno;
-  close(fd);
-  if (count < 0) fail(error);
-  return digest.Text();
+  for (;;) {
+    FailIfInterrupted(cancel);
+    const ssize_t count = read(opened.get(), piece.data(), piece.size());
+    if (count == 0) return digest.Text();
+    if (count > 0)
+      digest.Add({piece.data(), static_cast<size_t>(count)});
+    else if (errno != EINTR)
+      fail();
+  }
 }
 
 }  // namespace brelix::backup

@@ -176,6 +176,7 @@ DomainEntry EntryOf(const Domain& domain, const PhoneFolder& folder, Digest& tot
   DomainEntry entry{std::string(domain.name), 0, "", 0};
   Digest hash;
   domain.for_each(folder, [&](const Record& record) {
+    folder.FailIfInterrupted();
     const std::string line = nlohmann::json::array({domain.name, record.key, record.fields}).dump() + "\n";
     const ByteView bytes(reinterpret_cast<const uint8_t*>(line.data()), line.size());
     hash.Add(bytes);

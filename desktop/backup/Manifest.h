@@ -67,7 +67,8 @@ struct ManifestLists {
 Manifest ReadManifest(const std::filesystem::path& folder, const ManifestLists& lists = {});
 bool HasManifest(const std::filesystem::path& folder);
 
-// The records of a folder, counted and hashed. `total` gets them too.
+// The records of a folder, counted and hashed. `total` gets them too. This and ForEachFile end at an interrupt
+// (PhoneFolder::SetCancel).
 DomainEntry EntryOf(const Domain& domain, const PhoneFolder& folder, Digest& total);
 
 // Calls `visit` for each file below files/, by rising paths, with its digest.

@@ -76,7 +76,10 @@ PhoneFolder::PhoneFolder(fs::path path, std::unique_ptr<SQLite::Database> databa
 
 void PhoneFolder::ForEachEntry(const std::function<void(const Entry&)>& visit) const {
   try {
-    Visit(files(), {}, visit);
+    Visit(files(), {}, [&](const Entry& entry) {
+      FailIfInterrupted();
+      visit(entry);
+    });
   } catch (const fs::filesystem_error& error) {
     Fail(error.path1(), error.code().message());
   }
@@ -91,7 +94,7 @@ std::optional<std::string> PhoneFolder::KnownDigest(const fs::path& path) const 
 
 std::string PhoneFolder::DigestOf(const Entry& file) const {
   if (const auto known = KnownDigest(file.path)) return *known;
-  const std::string digest = DigestOfFile(files() / file.path);
+  const std::string digest = DigestOfFile(files() / file.path, cancel_);
   RememberDigest(file.path, digest);
   return digest;
 }

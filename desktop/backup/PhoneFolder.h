@@ -9,6 +9,8 @@
 #include <string>
 #include <sys/stat.h>
 
+#include "desktop/Waiting.h"
+
 namespace brelix::backup {
 
 class PhoneFolder {
@@ -25,6 +27,11 @@ class PhoneFolder {
   SQLite::Database& database() const { return *database_; }
   const std::filesystem::path& path() const { return path_; }
   std::filesystem::path files() const { return path_ / "files"; }
+
+  // From now on, an interrupt ends the reading of this folder: at the next file or folder in files/, at the next piece
+  // of a file, and wherever FailIfInterrupted is called between records.
+  void SetCancel(CancelFd cancel) { cancel_ = cancel; }
+  void FailIfInterrupted() const { brelix::FailIfInterrupted(cancel_); }
 
   // Calls `visit` for everything below files/, with paths relative to it, by rising keys (Key below); what is in a
   // folder comes after the folder, though not right behind it. What is neither folder nor file is not the phone's.
@@ -51,6 +58,7 @@ class PhoneFolder {
   std::filesystem::path path_;
   std::unique_ptr<SQLite::Database> database_;
   std::unique_ptr<SQLite::Database> digests_;  // a temporary one
+  CancelFd cancel_ = -1;
 };
 
 // Transactions of bounded size for a domain that puts in one thing after the other: what is put in before Done counts

@@ -194,12 +194,13 @@ void CompareFile(PhoneFiles& files, const FileEntryOnDisk& file, Verdict& verdic
 
 }  // namespace
 
-Verdict VerifyFolder(const fs::path& folder) {
+Verdict VerifyFolder(const fs::path& folder, CancelFd cancel) {
   try {
     ExpectedFiles expected;
     Verdict verdict;
     verdict.manifest = ReadWithFiles(folder, expected);
-    const PhoneFolder phone = PhoneFolder::OpenForReading(folder);
+    PhoneFolder phone = PhoneFolder::OpenForReading(folder);
+    phone.SetCancel(cancel);
     CheckTop(folder, verdict);
     if (verdict.manifest.Find("files") != nullptr) CheckFiles(phone, expected, verdict);
     CheckDomains(phone, verdict);

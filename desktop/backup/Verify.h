@@ -25,8 +25,9 @@ struct Verdict {
   std::vector<std::string> not_compared;  // domains that are too large for a sample of everything
 };
 
-// Reads everything in the folder. Throws a local-file failure for what is no backup or cannot be read.
-Verdict VerifyFolder(const std::filesystem::path& folder);
+// Reads everything in the folder, until an interrupt. Throws a local-file failure for what is no backup or cannot be
+// read.
+Verdict VerifyFolder(const std::filesystem::path& folder, CancelFd cancel = -1);
 
 // Reads a sample from the phone and compares: its facts, all of each domain that is small, and so many files. Throws a
 // usage failure when it is another phone.

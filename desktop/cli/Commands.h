@@ -34,7 +34,7 @@ struct Options {
   size_t window = wire::kWindow;
   std::string trace_path;
   BluetoothOptions bluetooth;
-  CancelFd cancel = -1;  // for commands that look for their phones themselves
+  CancelFd cancel = -1;  // for commands that look for their phones themselves, or read folders
 };
 
 // What a command works with. The session is connected, nothing more: most begin with phone.Start().
@@ -58,6 +58,8 @@ class Action {
   }
 
   std::function<Exit(Context&)> on_phone;
+  // What comes before the phone is looked for, where there is something to read or to say first.
+  std::function<void(const Options&)> before_phone;
   std::function<Exit(const Options&)> without_phone;
   // In place of on_phone where the user named no phone, for what can be done with one and without.
   std::function<Exit(const Options&)> without_device;

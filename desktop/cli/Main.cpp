@@ -146,6 +146,7 @@ Exit Run(int argc, char** argv, int cancel) {
   if (line.chosen.without_phone) return line.chosen.without_phone(line.options);
   if (line.chosen.without_device && line.options.device.empty()) return line.chosen.without_device(line.options);
   if (!line.chosen.on_phone) throw Failure(Exit::kUnexpected, "a command that leaves nothing to do");
+  if (line.chosen.before_phone) line.chosen.before_phone(line.options);
   return RunOnPhone(line.chosen.on_phone, line.options);
 }
 

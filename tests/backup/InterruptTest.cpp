@@ -1,0 +1,68 @@
+// An interrupt ends what reads a backup's folder, however large the files in it are.
+#include <array>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "desktop/Failure.h"
+#include "desktop/backup/Domain.h"
+#include "desktop/backup/FileDigest.h"
+#include "desktop/backup/Manifest.h"
+#include "tests/backup/TakenFolder.h"
+
+namespace test {
+namespace {
+
+namespace backup = brelix::backup;
+
+// The user has interrupted so many times.
+class Interrupts {
+ public:
+  explicit Interrupts(size_t times) {
+    if (pipe(ends_.data()) != 0 || write(ends_[1], "!!!!", times) != static_cast<ssize_t>(times))
+      throw std::runtime_error("no pipe");
+  }
+  ~Interrupts() {
+    for (const int end : ends_) close(end);
+  }
+  int descriptor() const { return ends_[0]; }
+
+ private:
+  std::array<int, 2> ends_;
+};
+
+template <typename Work>
+brelix::Exit Ending(Work work) {
+  try {
+    work();
+    return brelix::Exit::kOk;
+  } catch (const brelix::Failure& failure) {
+    return failure.code();
+  }
+}
+
+TEST(Interrupt, EndsTheReadingOfAFolder) {
+  const MadePhone phone(
+      nlohmann::json{{"contacts", {{{"FirstName", "A"}}, {{"FirstName", "B"}}}},
+                     {"files", {{{"path", "\\a"}, {"text", "a"}}, {{"path", "\\b"}, {"text", "b"}}}}});
+  const Interrupts four(4), none(0);
+  auto folder = backup::PhoneFolder::OpenForReading(phone.Path());
+  const auto read = [&] {
+    for (const backup::Domain* domain : backup::Domains()) {
+      brelix::Digest total;
+      backup::EntryOf(*domain, folder, total);
+    }
+  };
+  folder.SetCancel(none.descriptor());
+  EXPECT_EQ(Ending(read), brelix::Exit::kOk);
+  folder.SetCancel(four.descriptor());
+  EXPECT_EQ(Ending(read), brelix::Exit::kInterrupted);
+  EXPECT_EQ(Ending([&] { backup::ForEachFile(folder, [](const auto&) {}); }), brelix::Exit::kInterrupted);
+  const auto file = phone.Path() / "files" / "a";
+  EXPECT_EQ(Ending([&] { backup::DigestOfFile(file, four.descriptor()); }), brelix::Exit::kInterrupted);
+  // Each was taken by one of them.
+  EXPECT_EQ(Ending([&] { backup::DigestOfFile(file, four.descriptor()); }), brelix::Exit::kInterrupted);
+  EXPECT_EQ(Ending([&] { backup::DigestOfFile(file, none.descriptor()); }), brelix::Exit::kOk);
+}
+
+}  // namespace
+}  // namespace test
