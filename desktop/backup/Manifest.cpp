@@ -1,7 +1,6 @@
 #include "desktop/backup/Manifest.h"
 
 #include <fmt/format.h>
-#include <fstream>
 
 #include "desktop/Digest.h"
 #include "desktop/NewFile.h"
@@ -14,12 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::ordered_json;
-
-[[noreturn]] void Broken(const fs::path& file, const std::string& why) {
-  throw Failure(Exit::kLocalFile,
-                fmt::format("{}: no manifest of a backup: {}; restore a copy or take a new backup elsewhere",
-                            file.string(), why));
-}
 
 // One line of JSON; what is no UTF-8 in texts for people becomes U+FFFD.
 template <typename J>
@@ -57,55 +50,6 @@ void WriteDomain(NewFile& out, const DomainEntry& entry, const LostSource& lost)
   out.Write("]}");
 }
 
-// Reads the manifest's long lists element by element and keeps the rest. A callback that discards an element keeps the
-// library from gathering them.
-class Reader {
- public:
-  Reader(const fs::path& file, const ManifestLists& lists) : file_(file), lists_(lists) {}
-
-  nlohmann::json Read() {
-    std::ifstream in(file_, std::ios::binary);
-    if (!in) Broken(file_, "it cannot be read");
-    using Event = nlohmann::json::parse_event_t;
-    try {
-      return nlohmann::json::parse(in, [this](int depth, Event event, nlohmann::json& parsed) {
-        if (event == Event::key && depth == 1) section_ = parsed.get<std::string>();
-        if (event == Event::key && depth == 3 && section_ == "domains") member_ = parsed.get<std::string>();
-        if (event == Event::value && depth == 3 && member_ == "name" && parsed.is_string())
-          domain_ = parsed.get<std::string>();
-        if (event != Event::object_end) return true;
-        return !Element(depth, parsed);
-      });
-    } catch (const nlohmann::json::exception& error) {
-      Broken(file_, error.what());
-    }
-  }
-
- private:
-  // Whether it was an element of a long list.
-  bool Element(int depth, const nlohmann::json& json) {
-    if (depth == 2 && section_ == "files") {
-      const auto path = BytesOf(json.value("path", nlohmann::json()));
-      if (!path) Broken(file_, "a file without a path");
-      lists_.file({*path, json.value("size", uint64_t{0}), json.value("sha256", "")});
-      return true;
-    }
-    if (depth == 4 && section_ == "domains" && member_ == "lost") {
-      lost_[domain_]++;
-      lists_.lost(domain_, {json.value("item", ""), json.value("why", "")});
-      return true;
-    }
-    return false;
-  }
-
-  const fs::path file_;
-  const ManifestLists& lists_;
-  std::string section_, member_, domain_;
-
- public:
-  std::map<std::string, uint64_t> lost_;
-};
-
 }  // namespace
 
 std::string PhoneIdentity::ForPeople() const {
@@ -142,35 +86,6 @@ const DomainEntry* Manifest::Find(std::string_view domain) const {
 }
 
 bool HasManifest(const fs::path& folder) { return fs::is_regular_file(folder / kManifestName); }
-
-Manifest ReadManifest(const fs::path& folder, const ManifestLists& lists) {
-  const fs::path file = folder / kManifestName;
-  if (!fs::exists(file))
-    throw Failure(Exit::kLocalFile, fmt::format("{}: no backup, it has no {}", folder.string(), kManifestName));
-  Reader reader(file, lists);
-  try {
-    const nlohmann::json json = reader.Read();
-    const int format = json.at("format");
-    if (format > kManifestFormat)
-      throw Failure(Exit::kUsage, fmt::format("{}: made by a newer program (format {}, this one knows {}); use that",
-                                              file.string(), format, kManifestFormat));
-    const nlohmann::json& taken = json.at("taken");
-    Manifest manifest{taken.at("id"),
-                      taken.at("version"),
-                      taken.at("begun"),
-                      taken.at("finished"),
-                      IdentityOf(json.at("phone")),
-                      json.at("database_sha256"),
-                      {}};
-    for (const nlohmann::json& entry : json.at("domains")) {
-      const std::string name = entry.at("name");
-      manifest.domains.push_back({name, entry.at("count"), entry.at("sha256"), reader.lost_[name]});
-    }
-    return manifest;
-  } catch (const nlohmann::json::exception& error) {
-    Broken(file, error.what());
-  }
-}
 
 DomainEntry EntryOf(const Domain& domain, const PhoneFolder& folder, Digest& total) {
   DomainEntry entry{std::string(domain.name), 0, "", 0};

@@ -36,7 +36,7 @@ struct DomainEntry {
   std::string name;
   uint64_t count = 0;
   std::string sha256;  // of its records
-  uint64_t lost = 0;   // so many of its things are missing
+  uint64_t lost = 0;   // so many of its things are missing, or not whole
 };
 
 struct FileEntryOnDisk {
@@ -66,6 +66,8 @@ struct ManifestLists {
 // one of a newer program.
 Manifest ReadManifest(const std::filesystem::path& folder, const ManifestLists& lists = {});
 bool HasManifest(const std::filesystem::path& folder);
+// What an error says, without the number that a library puts before it.
+std::string ReasonOf(const std::exception& error);
 
 // The records of a folder, counted and hashed. `total` gets them too. This and ForEachFile end at an interrupt
 // (PhoneFolder::SetCancel).

@@ -23,14 +23,16 @@ struct Verdict {
   std::vector<Fault> faults;
   std::optional<size_t> sampled;          // things compared with the phone
   std::vector<std::string> not_compared;  // domains that are too large for a sample of everything
+  Problems not_read;                      // what the phone does not give now and gave when the backup was taken
 };
 
-// Reads everything in the folder, until an interrupt. Throws a local-file failure for what is no backup or cannot be
-// read.
+// Reads everything in the folder, until an interrupt. What cannot be read in it is a fault. Throws a local-file failure
+// for what is no backup at all.
 Verdict VerifyFolder(const std::filesystem::path& folder, CancelFd cancel = -1);
 
-// Reads a sample from the phone and compares: its facts, all of each domain that is small, and so many files. Throws a
-// usage failure when it is another phone.
+// Reads a sample from the phone and compares: its facts, all of each domain that is small, and so many files. What the
+// phone cannot give is no difference. Throws a usage failure when it is another phone; what was found before a failure
+// is in the verdict.
 void VerifyAgainst(Session& session, const std::filesystem::path& folder, size_t sample, Verdict& verdict);
 
 }  // namespace brelix::backup

@@ -115,29 +115,87 @@ Exit Backup(Context& context, const BackupWords& words) {
   }
 }
 
+constexpr size_t kMostSample = 1'000'000;
+
 struct VerifyWords {
   std::string folder;
   size_t sample = 20;
 };
 
-Exit Tell(const backup::Verdict& verdict, const VerifyWords& words, Report& report) {
-  report.Add("Backup", "folder", words.folder);
-  report.Add("Taken", "taken", verdict.manifest.finished);
-  report.Add("Phone", "phone", verdict.manifest.phone.ForPeople());
-  Json list = Json::array();
-  for (const backup::Fault& fault : verdict.faults) {
-    Complain(Printable(CleanUtf8(fault.text)));
-    list.push_back({{"what", fault.what}, {"path", CleanUtf8(fault.path)}, {"text", CleanUtf8(fault.text)}});
+// A check of a folder, and of its phone where one is given. What is found is told at once: whatever the phone does
+// next, it is not forgotten.
+class Verification {
+ public:
+  explicit Verification(const VerifyWords& words) : words_(words) {}
+
+  void OfFolder(CancelFd cancel) {
+    verdict_ = backup::VerifyFolder(words_.folder, cancel);
+    TellNew();
   }
-  report.Add("Files checked", std::to_string(verdict.files), "files", verdict.files);
-  if (verdict.sampled)
-    report.Add("Compared with the phone", std::to_string(*verdict.sampled), "sampled", *verdict.sampled);
-  if (!verdict.not_compared.empty())
-    report.Add("Too large to compare", fmt::format("{}", fmt::join(verdict.not_compared, ", ")), "not_compared",
-               verdict.not_compared);
-  report.Add("Differences", std::to_string(verdict.faults.size()), "differences", list);
-  return verdict.faults.empty() ? Exit::kOk : Exit::kDiffers;
-}
+
+  void OfPhone(Context& context) {
+    context.phone.Start();
+    try {
+      backup::VerifyAgainst(context.session, words_.folder, words_.sample, verdict_);
+    } catch (const Failure&) {
+      TellNew();
+      throw;
+    }
+    TellNew();
+  }
+
+  Exit Report(cli::Report& report) const {
+    report.Add("Backup", "folder", words_.folder);
+    report.Add("Taken", "taken", verdict_.manifest.finished);
+    report.Add("Phone", "phone", verdict_.manifest.phone.ForPeople());
+    const bool lost = ReportLost(report);
+    report.Add("Files checked", std::to_string(verdict_.files), "files", verdict_.files);
+    if (verdict_.sampled) ReportPhone(report);
+    Json list = Json::array();
+    for (const backup::Fault& fault : verdict_.faults)
+      list.push_back({{"what", fault.what}, {"path", CleanUtf8(fault.path)}, {"text", CleanUtf8(fault.text)}});
+    report.Add("Differences", std::to_string(verdict_.faults.size()), "differences", list);
+    if (!verdict_.faults.empty()) return Exit::kDiffers;
+    return lost || !verdict_.not_read.empty() ? Exit::kPartial : Exit::kOk;
+  }
+
+ private:
+  void TellNew() {
+    for (; faults_told_ < verdict_.faults.size(); faults_told_++)
+      Complain(Printable(CleanUtf8(verdict_.faults[faults_told_].text)));
+    for (; problems_told_ < verdict_.not_read.size(); problems_told_++)
+      Complain(Printable(CleanUtf8(verdict_.not_read[problems_told_].why)));
+  }
+
+  // Whether anything was.
+  bool ReportLost(cli::Report& report) const {
+    std::vector<std::string> texts;
+    Json lost = Json::object();
+    for (const backup::DomainEntry& entry : verdict_.manifest.domains) {
+      if (entry.lost == 0) continue;
+      texts.push_back(fmt::format("{} {}", CleanUtf8(entry.name), entry.lost));
+      lost[CleanUtf8(entry.name)] = entry.lost;
+    }
+    report.Add("Lost when it was taken", texts.empty() ? "nothing" : fmt::format("{}", fmt::join(texts, ", ")), "lost",
+               lost);
+    return !texts.empty();
+  }
+
+  void ReportPhone(cli::Report& report) const {
+    report.Add("Compared with the phone", std::to_string(*verdict_.sampled), "sampled", *verdict_.sampled);
+    if (!verdict_.not_compared.empty())
+      report.Add("Too large to compare", fmt::format("{}", fmt::join(verdict_.not_compared, ", ")), "not_compared",
+                 verdict_.not_compared);
+    Json list = Json::array();
+    for (const Problem& problem : verdict_.not_read)
+      list.push_back({{"item", CleanUtf8(problem.path)}, {"why", CleanUtf8(problem.why)}});
+    report.Add("Not read from the phone", std::to_string(verdict_.not_read.size()), "not_read", list);
+  }
+
+  const VerifyWords words_;
+  backup::Verdict verdict_;
+  size_t faults_told_ = 0, problems_told_ = 0;
+};
 
 }  // namespace
 
@@ -165,17 +223,20 @@ void DeclareVerify(CLI::App& app, Action& chosen) {
   CLI::App* command =
       app.add_subcommand("verify", "Check a backup against its manifest, and, with -d, against the phone");
   command->add_option("FOLDER", words->folder, "The backup")->required();
-  command->add_option("--sample", words->sample, "So many files are fetched from the phone")->capture_default_str();
+  command->add_option("--sample", words->sample, "So many files are fetched from the phone")
+      ->check(CLI::Range(size_t{0}, kMostSample))
+      ->capture_default_str();
   command->callback([words, &chosen] {
-    chosen = [words](Context& context) {
-      backup::Verdict verdict = backup::VerifyFolder(words->folder);
-      context.phone.Start();
-      backup::VerifyAgainst(context.session, words->folder, words->sample, verdict);
-      return Tell(verdict, *words, context.report);
+    const auto verification = std::make_shared<Verification>(*words);
+    chosen = [verification](Context& context) {
+      verification->OfPhone(context);
+      return verification->Report(context.report);
     };
-    chosen.without_device = [words](const Options& options) {
+    chosen.before_phone = [verification](const Options& options) { verification->OfFolder(options.cancel); };
+    chosen.without_device = [verification](const Options& options) {
+      verification->OfFolder(options.cancel);
       Report report;
-      const Exit outcome = Tell(backup::VerifyFolder(words->folder), *words, report);
+      const Exit outcome = verification->Report(report);
       WriteToStdout(options.json ? report.ForPrograms() : report.ForPeople());
       return outcome;
     };
