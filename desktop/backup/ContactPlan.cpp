@@ -28,10 +28,15 @@ class Matching {
   Matching(std::span<const ContactMark> backup, std::span<const ContactMark> phone)
       : backup_(backup), phone_(phone), planned_(backup.size()), done_(backup.size()), taken_(phone.size()) {}
 
-  // Matches each with the first that is left of its key; or only those whose key is one of a kind on both sides.
-  void By(bool whole, const std::function<std::string(const ContactMark&)>& key, Deed deed, bool only_single) {
-    const Places ours = Left(backup_, done_, key);
-    Places theirs = Left(phone_, taken_, key);
+  using Key = std::function<std::string(const ContactMark&)>;
+
+  // Matches each with the first that is left of its key; or only those whose key is one of a kind on both sides. What
+  // has an empty key is not matched.
+  void By(bool whole, const Key& key, Deed deed, bool only_single) { By(whole, key, key, deed, only_single); }
+
+  void By(bool whole, const Key& backup_key, const Key& phone_key, Deed deed, bool only_single) {
+    const Places ours = Left(backup_, done_, backup_key);
+    Places theirs = Left(phone_, taken_, phone_key);
     for (const auto& [text, mine] : ours) {
       if (backup_[mine].whole != whole || (only_single && (ours.count(text) > 1 || theirs.count(text) > 1))) continue;
       const auto found = theirs.lower_bound(text);
@@ -42,7 +47,11 @@ class Matching {
     }
   }
 
-  std::vector<PlannedContact> Take() { return std::move(planned_); }
+  std::vector<PlannedContact> Take(Deed of_the_others) {
+    for (size_t i = 0; i < planned_.size(); i++)
+      if (!done_[i]) planned_[i].deed = of_the_others;
+    return std::move(planned_);
+  }
 
  private:
   std::span<const ContactMark> backup_, phone_;
@@ -53,17 +62,25 @@ class Matching {
 }  // namespace
 
 ContactMark MarkOf(const Contact& contact, uint32_t position) {
-  Digest content;
+  Digest fields, content;
   for (const std::string& field : contact.fields) {
-    content.Add(AsBytes(field));
-    content.Add(AsBytes(std::string_view("\0", 1)));
+    fields.Add(AsBytes(field));
+    fields.Add(AsBytes(std::string_view("\0", 1)));
   }
+  ContactMark mark;
+  mark.oid = contact.oid;
+  mark.position = position;
+  mark.fields = fields.Text();
+  content.Add(AsBytes(mark.fields));
   content.Add(contact.picture);
-  const std::string name = PersonName(contact);
-  return {contact.oid, position, content.Text(), name.empty() ? "" : DigestOfText(name)};
+  mark.content = content.Text();
+  mark.picture = !contact.picture.empty();
+  if (const std::string name = PersonName(contact); !name.empty()) mark.name = DigestOfText(name);
+  return mark;
 }
 
-std::vector<PlannedContact> PlanContacts(std::span<const ContactMark> backup, std::span<const ContactMark> phone) {
+std::vector<PlannedContact> PlanContacts(std::span<const ContactMark> backup, std::span<const ContactMark> phone,
+                                         bool all_read) {
   Matching matching(backup, phone);
   const auto content = [](const ContactMark& mark) { return mark.content; };
   const auto same_id = [](const ContactMark& mark) {
@@ -76,11 +93,15 @@ std::vector<PlannedContact> PlanContacts(std::span<const ContactMark> backup, st
     matching.By(whole, same_place, Deed::kNothing, false);
     matching.By(whole, content, Deed::kNothing, false);
   }
+  const auto with_picture = [](const ContactMark& mark) { return mark.picture ? mark.fields : std::string(); };
+  const auto without_picture = [](const ContactMark& mark) { return mark.picture ? std::string() : mark.fields; };
   for (const bool whole : {true, false}) {
     matching.By(whole, same_id, Deed::kChange, false);
+    if (!all_read) continue;
+    matching.By(whole, with_picture, without_picture, Deed::kChange, false);
     matching.By(whole, name, Deed::kChange, true);
   }
-  return matching.Take();
+  return matching.Take(all_read ? Deed::kMake : Deed::kLeave);
 }
 
 }  // namespace brelix::backup

@@ -18,6 +18,7 @@ struct SavedContact {
 
 class SavedContacts {
  public:
+  // Throws a local-file failure that names the folder for what cannot be read, as Load does.
   explicit SavedContacts(PhoneFolder folder);
 
   // Rising.

@@ -1,5 +1,6 @@
 #include "desktop/cli/RestoreCommand.h"
 
+#include <algorithm>
 #include <fmt/format.h>
 #include <memory>
 #include <optional>
@@ -27,8 +28,8 @@ struct RestoreWords {
 };
 
 // Throws where the folder is no whole backup with contacts in it.
-PhoneFolder OpenVerified(const std::string& folder) {
-  const backup::Verdict verdict = backup::VerifyFolder(folder);
+PhoneFolder OpenVerified(const std::string& folder, CancelFd cancel) {
+  const backup::Verdict verdict = backup::VerifyFolder(folder, cancel);
   if (!verdict.faults.empty())
     throw Failure(Exit::kLocalFile, fmt::format("{}: not what its manifest says: {}; see brelix verify", folder,
                                                 verdict.faults.front().text));
@@ -37,7 +38,9 @@ PhoneFolder OpenVerified(const std::string& folder) {
   if (entry->lost > 0)
     Complain(fmt::format("{}: {} contacts are missing from the backup or not whole; its manifest names them", folder,
                          entry->lost));
-  return PhoneFolder::OpenForReading(folder);
+  PhoneFolder opened = PhoneFolder::OpenForReading(folder);
+  opened.SetCancel(cancel);
+  return opened;
 }
 
 class ContactRestore {
@@ -49,6 +52,7 @@ class ContactRestore {
     context.phone.Start();
     ContactsClient contacts(context.session);
     const std::vector<PlannedContact> plan = Plan(contacts);
+    TellUnread(plan);
     last_position_ = contacts.Count();
     List list(context.options.json,
               {{"Contact", false, true}, {"Field"}, {"Before", false, true}, {"After", false, true}});
@@ -92,8 +96,19 @@ class ContactRestore {
       there.push_back(backup::MarkOf(Sendable(placed.contact), placed.position));
       return true;
     };
-    WalkContacts(contacts, walk);
-    return backup::PlanContacts(saved, there);
+    unread_ = WalkContacts(contacts, walk);
+    return backup::PlanContacts(saved, there, unread_ == 0);
+  }
+
+  void TellUnread(const std::vector<PlannedContact>& plan) {
+    if (unread_ == 0) return;
+    const auto left = static_cast<size_t>(std::count_if(
+        plan.begin(), plan.end(), [](const PlannedContact& planned) { return planned.deed == Deed::kLeave; }));
+    failed_ += left;
+    Complain(
+        fmt::format("{} of the phone's contacts cannot be read, and may be some of the backup: nothing is made anew, "
+                    "and {} of the backup were not looked after; run it again when the phone tells them",
+                    unread_, left));
   }
 
   void Do(ContactsClient& contacts, uint32_t oid, const PlannedContact& planned, List& list) {
@@ -128,11 +143,14 @@ class ContactRestore {
 
   void Make(ContactsClient& contacts, const Contact& sent, List& list) {
     Show(list, sent, "", "", "a new contact");
-    made_++;
-    if (words_.dry_run) return;
+    if (words_.dry_run) {
+      made_++;
+      return;
+    }
     // A contact that was filed under nothing is so again.
     const uint32_t oid =
         contacts.Put(0, sent, sent[ContactField::kFileAs].empty() ? EmptyFileAs::kClear : EmptyFileAs::kKeep);
+    made_++;
     last_position_++;
     if (!sent.picture.empty()) contacts.SetPicture(oid, sent.picture);
     CheckWritten(contacts, sent, oid, last_position_);
@@ -148,19 +166,26 @@ class ContactRestore {
     if (other_picture)
       Show(list, sent, "Picture", fmt::format("{} bytes", before.picture.size()),
            fmt::format("{} bytes", sent.picture.size()));
-    changed_++;
-    if (words_.dry_run) return;
-    if (!changes.empty())
+    if (words_.dry_run) {
+      changed_++;
+      return;
+    }
+    if (!changes.empty()) {
       contacts.Put(mark.oid, sent, sent[ContactField::kFileAs].empty() ? EmptyFileAs::kClear : EmptyFileAs::kKeep);
+      changed_++;
+    }
     if (other_picture) contacts.SetPicture(mark.oid, sent.picture);
-    CheckWritten(contacts, sent, mark.oid, mark.position);
+    const bool as_written = CheckWritten(contacts, sent, mark.oid, mark.position);
+    if (changes.empty() && as_written) changed_++;
   }
 
-  void CheckWritten(ContactsClient& contacts, const Contact& sent, uint32_t oid, uint32_t position) {
+  bool CheckWritten(ContactsClient& contacts, const Contact& sent, uint32_t oid, uint32_t position) {
     Contact read = contacts.At(position);
     if (read.oid != oid) read = NeedContact(contacts, oid).contact;
-    if (const std::string otherwise = WrittenOtherwise(sent, read); !otherwise.empty())
+    const std::string otherwise = WrittenOtherwise(sent, read);
+    if (!otherwise.empty())
       Failed(sent, fmt::format("written as contact {}, but the phone keeps it otherwise: {}", oid, otherwise));
+    return otherwise.empty();
   }
 
   void Show(List& list, const Contact& contact, std::string_view field, const std::string& before,
@@ -186,6 +211,7 @@ class ContactRestore {
                changed_);
     report.Add("Contacts that are the same", std::to_string(same_), "same", same_);
     report.Add("Contacts that failed", std::to_string(failed_), "failed", failed_);
+    if (unread_ > 0) return Exit::kPartial;
     if (failed_ == 0) return Exit::kOk;
     return failed_ == would_lose_ && made_ + changed_ == 0 ? Exit::kWouldLoseData : Exit::kPartial;
   }
@@ -194,6 +220,8 @@ class ContactRestore {
   const RestoreWords words_;
   const std::vector<uint32_t> oids_;
   uint32_t last_position_ = 0;
+  size_t unread_ = 0;  // of the phone
+  // Made and changed are those that the phone has taken, in a dry run those that it would get.
   size_t made_ = 0, changed_ = 0, same_ = 0, failed_ = 0, would_lose_ = 0;
 };
 
@@ -209,8 +237,11 @@ void DeclareRestore(CLI::App& app, Action& chosen) {
   command->callback([words, &chosen] {
     if (!words->contacts)
       throw Failure(Exit::kUsage, "restore: say what to write back: --contacts; the protocol can write nothing else");
-    const auto restore = std::make_shared<ContactRestore>(OpenVerified(words->folder), *words);
-    chosen = [restore](Context& context) { return restore->Run(context); };
+    const auto restore = std::make_shared<std::optional<ContactRestore>>();
+    chosen = [restore](Context& context) { return (*restore)->Run(context); };
+    chosen.before_phone = [restore, words](const Options& options) {
+      restore->emplace(OpenVerified(words->folder, options.cancel), *words);
+    };
   });
 }
 

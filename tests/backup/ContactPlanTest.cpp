@@ -14,6 +14,7 @@ struct Person {
   uint32_t oid;
   const char* name;
   const char* body = "";
+  const char* picture = "";
 };
 
 std::vector<brelix::backup::ContactMark> Marks(const std::vector<Person>& people) {
@@ -23,18 +24,33 @@ std::vector<brelix::backup::ContactMark> Marks(const std::vector<Person>& people
     contact.oid = person.oid;
     contact[ContactField::kFirstName] = person.name;
     contact[ContactField::kBody] = person.body;
+    const std::string_view picture = person.picture;
+    contact.picture.assign(picture.begin(), picture.end());
     marks.push_back(brelix::backup::MarkOf(contact, static_cast<uint32_t>(marks.size() + 1)));
   }
   return marks;
 }
 
 // "same 1, change 2, make": by the positions on the phone.
-std::string Plan(const std::vector<Person>& backup, const std::vector<Person>& phone) {
+std::string Plan(const std::vector<Person>& backup, const std::vector<Person>& phone, bool all_read = true) {
   std::string text;
-  for (const auto& planned : PlanContacts(Marks(backup), Marks(phone))) {
+  for (const auto& planned : PlanContacts(Marks(backup), Marks(phone), all_read)) {
     const std::string at = std::to_string(planned.on_phone.position);
     text += text.empty() ? "" : ", ";
-    text += planned.deed == Deed::kMake ? "make" : (planned.deed == Deed::kNothing ? "same " : "change ") + at;
+    switch (planned.deed) {
+      case Deed::kMake:
+        text += "make";
+        break;
+      case Deed::kLeave:
+        text += "leave";
+        break;
+      case Deed::kNothing:
+        text += "same " + at;
+        break;
+      case Deed::kChange:
+        text += "change " + at;
+        break;
+    }
   }
   return text;
 }
@@ -60,6 +76,24 @@ TEST(ContactPlan, AContactIsChangedOnlyWhereItIsTheSamePerson) {
   EXPECT_EQ(Plan({{1, "Ada", "old"}}, {{7, "Ada", "x"}, {8, "Ada", "y"}}), "make") << "which of the two?";
   EXPECT_EQ(Plan({{1, "Ada", "a"}, {2, "Ada", "b"}}, {{7, "Ada", "x"}}), "make, make");
   EXPECT_EQ(Plan({{1, "", "old"}}, {{1, "", "new"}}), "make") << "nobody's name";
+}
+
+TEST(ContactPlan, OneThatDidNotGetItsPictureIsNotMadeAgain) {
+  EXPECT_EQ(Plan({{1, "Ada", "x", "p"}, {2, "Ada", "x", "q"}}, {{8, "Ada", "x"}, {9, "Ada", "x"}}),
+            "change 1, change 2");
+  EXPECT_EQ(Plan({{1, "", "x", "p"}}, {{8, "", "x"}}), "change 1") << "nobody's name";
+  EXPECT_EQ(Plan({{1, "Ada", "x", "p"}, {2, "Ada", "x"}}, {{8, "Ada", "x"}}), "make, same 1")
+      << "the one without is it";
+  EXPECT_EQ(Plan({{1, "Ada", "x", "p"}}, {{8, "Ada", "x"}, {1, "Ada", "x", "q"}}), "change 2")
+      << "its object id says so";
+  EXPECT_EQ(Plan({{1, "Ada"}, {2, "Ada"}}, {{8, "Ada", "", "p"}, {9, "Ada", "", "p"}}), "make, make")
+      << "a picture that the backup does not have is somebody's";
+}
+
+TEST(ContactPlan, WhatMayBeAmongTheUnreadIsLeftAlone) {
+  EXPECT_EQ(Plan({{1, "Ada"}, {2, "Ben", "old"}, {3, "Carla", "old"}, {4, "Dan", "", "p"}, {5, "Eve"}},
+                 {{8, "Ada"}, {2, "Ben", "new"}, {9, "Carla", "new"}, {10, "Dan"}}, false),
+            "same 1, change 2, leave, leave, leave");
 }
 
 TEST(ContactPlan, AContactWithUnreadableTextsDoesNotTakeAnothersPlace) {

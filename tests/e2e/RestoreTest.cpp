@@ -125,6 +125,64 @@ TEST_F(Restore, WhatWouldLoseSomethingIsNotWritten) {
   EXPECT_EQ(RestoreTo(*m_phone, {"--read-only", "--allow-loss"}), "made 0, changed 0, same 2, failed 0, exit 0");
 }
 
+// A contact that the phone does not tell is not missing from it.
+TEST_F(Restore, NothingIsMadeBesideContactsThatCannotBeRead) {
+  const json saved = {{{"FirstName", "Ada"}}, {{"FirstName", "Ben"}}, {{"FirstName", "Carla"}}, {{"FirstName", "Dan"}}};
+  Save(saved);
+  json failing = Phone(saved);
+  failing["contacts"][3]["JobTitle"] = "Boss";
+  failing["faults"] = {{{"call", "IPOutlookItemCollection::Item"}, {"result", "0x80004005"}, {"times", 2}}};
+  const PhoneFolder phone(failing);
+  EXPECT_EQ(RestoreTo(phone), "made 0, changed 1, same 1, failed 2, exit 11");
+  EXPECT_NE(m_latest.err.find("2 of the phone's contacts cannot be read"), std::string::npos) << m_latest.err;
+  EXPECT_EQ(ContactsOf(phone).size(), 2) << "and two that cannot be read";
+  failing["contacts"] = {saved[0]};
+  failing["faults"][0]["times"] = 1;
+  const PhoneFolder one(failing);
+  EXPECT_EQ(RestoreTo(one), "made 0, changed 0, same 0, failed 4, exit 11");
+  EXPECT_EQ(ContactsOf(one).size(), 0) << "and one that cannot be read";
+}
+
+TEST_F(Restore, AContactWithoutItsPictureIsNotMadeAgain) {
+  Save({{{"FirstName", "Twin"}, {"Picture", "/9j/2Q=="}},
+        {{"FirstName", "Twin"}, {"Picture", "/9j/4AAQ"}},
+        {{"Body", "nobody"}, {"Picture", "/9j/4AAR"}}});
+  for (const char* call : {"IStream::Write", "IStream::Commit"}) {
+    const PhoneFolder phone(json{{"faults", {{{"call", call}, {"result", "0x80030070"}, {"times", "always"}}}}});
+    EXPECT_EQ(RestoreTo(phone), "made 3, changed 0, same 0, failed 3, exit 11") << call;
+    EXPECT_EQ(RestoreTo(phone), "made 0, changed 0, same 0, failed 3, exit 11") << call;
+    EXPECT_EQ(ContactsOf(phone).size(), 3) << call;
+  }
+}
+
+TEST_F(Restore, OnlyWhatThePhoneTookIsCounted) {
+  Save({{{"FirstName", "Long"}, {"Body", std::string(300, 'x')}}, {{"FirstName", "Ada"}}, {{"FirstName", "Ben"}}});
+  json failing = Phone({{{"oid", 3}, {"FirstName", "Ben"}, {"JobTitle", "Boss"}}});
+  failing["faults"] = {{{"call", "IContact::Save"}, {"result", "0x80004005"}, {"times", "always"}}};
+  const PhoneFolder phone(failing);
+  EXPECT_EQ(RestoreTo(phone), "made 0, changed 0, same 0, failed 3, exit 11") << m_latest.err;
+}
+
+TEST_F(Restore, AnInterruptEndsTheCheckOfTheFolder) {
+  Save({{{"FirstName", "Ada"}}});
+  const PhoneFolder empty(json::object());
+  // Sparse, but as long to read as any other.
+  const std::filesystem::path large = std::filesystem::path(Backup()) / "files" / "large";
+  std::ofstream(large).put('x');
+  std::filesystem::resize_file(large, uint64_t{16} << 30);
+  Process restore({BRELIX_COMMAND, "-d", AddressOf(empty), "restore", Backup(), "--contacts"});
+  const std::filesystem::path open_files = "/proc/" + std::to_string(restore.pid()) + "/fd";
+  const auto reads = [&] {
+    std::error_code gone;
+    for (std::filesystem::directory_iterator at(open_files, gone), end; !gone && at != end; at.increment(gone))
+      if (std::filesystem::read_symlink(at->path(), gone) == std::filesystem::canonical(large)) return true;
+    return false;
+  };
+  for (int i = 0; i < 1000 && !reads(); i++) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  const Outcome outcome = restore.End(SIGINT);
+  EXPECT_EQ(outcome.code, 130) << outcome.err;
+}
+
 TEST_F(Restore, OnlyAWholeBackupIsRestored) {
   Save({{{"FirstName", "Ada"}}});
   const PhoneFolder empty(json::object());
