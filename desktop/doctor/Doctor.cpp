@@ -87,6 +87,8 @@ std::optional<std::string> AdviceFor(const std::string& why) {
   return row->advice;
 }
 
+std::string AnswersText(size_t count) { return fmt::format("{} answer{}", count, count == 1 ? "" : "s"); }
+
 class Examiner {
  public:
   explicit Examiner(const Examination& what) : what_(what) {}
@@ -142,17 +144,22 @@ class Examiner {
     }
     Good("agent", fmt::format("answers the handshake after {} ms", heard.took.count()));
     if (heard.strangers > 0)
-      Remark("pipe", fmt::format("{} answers to requests of an earlier desktop were still in it", heard.strangers),
-             "they were passed over; nothing to do", Exit::kPartial);
+      Remark("pipe",
+             fmt::format("{} to requests of an earlier desktop {} still in it", AnswersText(heard.strangers),
+                         heard.strangers == 1 ? "was" : "were"),
+             "passed over; nothing to do", Exit::kPartial);
     else
       Good("pipe", "no old answers are in it");
     return true;
   }
 
   void TellWhoElse(const Heard& heard) {
+    if (heard.echoed)
+      return Bad("agent", "what is sent comes back as it is: an echo, or a terminal",
+                 "correct the address or the command: no agent listens there", Exit::kProtocol);
     const Bytes& said = heard.unasked.empty() ? heard.first_garbage : heard.unasked;
     if (heard.strangers > 0)
-      return Bad("agent", fmt::format("{} answers came, but none to the handshake", heard.strangers),
+      return Bad("agent", fmt::format("{} came, but none to the handshake", AnswersText(heard.strangers)),
                  "another desktop may be connected; end it, and restart the phone's agent if that does not help",
                  Exit::kProtocol);
     if (!said.empty()) {

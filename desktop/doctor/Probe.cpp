@@ -41,10 +41,10 @@ class Prober {
   void Ask() {
     const Deadline asked = Clock::now();
     Handshake();
-    while (!heard_.answered && Clock::now() < deadline_) {
+    while (!heard_.answered && !heard_.echoed && Clock::now() < deadline_) {
       const size_t strangers = heard_.strangers;
       Listen(std::min(deadline_, Clock::now() + kNudgeAfter));
-      if (heard_.answered || Clock::now() >= deadline_) break;
+      if (heard_.answered || heard_.echoed || Clock::now() >= deadline_) break;
       const bool quiet = heard_.strangers == strangers;
       if (quiet && strangers > 0 && numbers_said_.size() < kMostHandshakes)
         Handshake();
@@ -74,12 +74,22 @@ class Prober {
       while (const auto frame = reader_.Next(state)) {
         frame_came = true;
         all_.clear();
-        if (numbers_said_.contains(frame->number))
-          heard_.answered = true;
-        else
-          heard_.strangers++;
+        Take(*frame);
       }
     }
+  }
+
+  // What an earlier desktop asked may have the same number as a handshake; so has what only sends back what it gets. An
+  // agent that refuses it answers, too.
+  void Take(const Frame& frame) {
+    const bool of_ours = frame.module == wire::kSystem && numbers_said_.contains(frame.number);
+    const bool refused = frame.data.empty() && (frame.command == 0 || frame.command == wire::kHandshake + 1);
+    if (of_ours && (refused || (frame.command == wire::kHandshake + 1 && frame.data.size() >= wire::kResultSize)))
+      heard_.answered = true;
+    else if (of_ours && frame.command == wire::kHandshake)
+      heard_.echoed = true;
+    else
+      heard_.strangers++;
   }
 
   void TellGarbage(const Bytes& bytes) {

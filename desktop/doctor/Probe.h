@@ -9,7 +9,8 @@
 namespace brelix::doctor {
 
 struct Heard {
-  bool answered = false;              // the handshake was
+  bool answered = false;              // the handshake was, as an agent does it
+  bool echoed = false;                // our own handshake came back
   size_t strangers = 0;               // frames that answer somebody else's requests
   Bytes unasked;                      // what came before anything was said, the first part of it
   size_t garbage = 0;                 // bytes that are no frames, all in all

@@ -77,6 +77,9 @@ TEST(Doctor, tells_what_else_answers) {
   EXPECT_NE(ssh.Text("agent").find("by its words SSH"), std::string::npos) << ssh.Text("agent");
   const Examined echo = Doctor("exec:cat", "1");
   EXPECT_EQ(echo.code, 12) << "our own words come back";
+  EXPECT_EQ(echo.State("agent"), "bad");
+  EXPECT_NE(echo.Text("agent").find("an echo"), std::string::npos) << echo.Text("agent");
+  EXPECT_EQ(echo.steps.size(), 3u) << "no agent, so there is no pipe of it to look at";
   const Examined silent = Doctor("exec:cat >/dev/null", "1");
   EXPECT_EQ(silent.code, 6);
   EXPECT_NE(silent.Text("agent").find("silent"), std::string::npos);
@@ -106,6 +109,18 @@ TEST(Doctor, passes_over_old_answers) {
   EXPECT_EQ(phone.Finish(), "");
   EXPECT_EQ(examined.code, 11);
   EXPECT_EQ(examined.State("pipe"), "remark");
+  EXPECT_EQ(examined.Text("pipe").find("1 answer to requests of an earlier desktop was"), 0u) << examined.Text("pipe");
+}
+
+TEST(Doctor, knows_a_handshake_s_answer_by_more_than_its_number) {
+  // An earlier desktop's request may have had our number; and half a result is none.
+  for (const char* const instead : {"reply 1/8 00000000\n", "reply 3/248 00000000\n", "reply 1/248 0000\n"}) {
+    ScriptedPhone phone(std::string("expect 1/247\n") + instead + "nudge\nsend 00\n");
+    const Examined examined = Doctor(phone.Address(), "2");
+    EXPECT_EQ(examined.State("agent"), "bad") << instead;
+    EXPECT_EQ(examined.State("pipe"), "not told") << instead;
+    EXPECT_NE(examined.code, 0) << instead;
+  }
 }
 
 }  // namespace
