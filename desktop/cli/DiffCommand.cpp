@@ -64,7 +64,8 @@ std::unique_ptr<Session> Begin(const std::string& name, const Options& options) 
   const auto timeout = std::chrono::milliseconds(static_cast<int64_t>(options.timeout_seconds * 1000));
   auto link = Connect(PhoneAddress(name), Clock::now() + timeout, options.cancel, options.bluetooth);
   auto session = std::make_unique<Session>(
-      std::move(link), Session::Options{.timeout = timeout, .read_only = options.read_only, .warn = Complain});
+      std::move(link),
+      Session::Options{.timeout = timeout, .read_only = options.read_only, .window = options.window, .warn = Complain});
   Client(*session).Start();
   return session;
 }

@@ -1,6 +1,8 @@
 #include "desktop/cli/PhoneAddress.h"
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
 #include <sstream>
@@ -51,6 +53,11 @@ std::string PhoneAddress(const std::string& address_or_folder) {
             "{}: neither a device address (bluetooth:ADDRESS, tcp:HOST:PORT, unix:PATH, exec:COMMAND) nor a phone's "
             "folder; a folder has a {} in it",
             address_or_folder, kDatabase));
+  if (access(address_or_folder.c_str(), W_OK) != 0)
+    throw Failure(Exit::kLocalFile,
+                  fmt::format("{}: a phone's folder must be writable to be served, and this one is not: {}; copy it to "
+                              "another place and give the copy",
+                              address_or_folder, std::strerror(errno)));
   const fs::path server = FindServer();
   if (server.empty())
     throw Failure(Exit::kNoDevice, fmt::format("{}: {}, which serves a phone's folder, is neither beside this program "

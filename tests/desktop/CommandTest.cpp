@@ -7,6 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
+#include "tests/desktop/ModelAgent.h"
 #include "tests/desktop/RunBrelix.h"
 #include "tests/desktop/ScriptedPhone.h"
 
@@ -257,6 +258,37 @@ struct Interrupted {
   std::chrono::steady_clock::time_point when;   // the last interrupt
   std::chrono::steady_clock::duration after{};  // from there to the end
 };
+
+// A phone of forty contacts that cannot be read.
+std::string FortyContacts(const Frame& request) {
+  if (request.module == 1 && request.command == 1)
+    return ModelAgent::Reply(request, std::string("\x02\xb5\x07\xd9\x07\x0c\x0d\x2d", 8));
+  if (request.command == 5) return ModelAgent::Reply(request, std::string("\0\0\0\x28", 4));
+  std::string reply = ModelAgent::Reply(request, "");
+  if (request.command == 9) reply[13] = 5;  // the last byte of the result
+  return reply;
+}
+
+// How many bytes a phone gets beside requests while it is compared.
+size_t FillerOfDiff(const std::string& window) {
+  ModelAgent first(FortyContacts), second(FortyContacts);
+  const Outcome outcome =
+      RunBrelix({"--window", window, "diff", first.Address(), second.Address(), "--only", "contacts"});
+  EXPECT_EQ(outcome.code, 11) << outcome.err;
+  const ModelAgent::Seen& seen = second.Finish();
+  size_t filler = seen.bytes, items = 0;
+  for (const Frame& request : seen.requests) {
+    filler -= 16 + request.data.size();
+    items += request.module == 3 && request.command == 9 ? 1 : 0;
+  }
+  EXPECT_EQ(items, 40u);
+  return filler;
+}
+
+TEST(Command, DiffKeepsToTheWindow) {
+  EXPECT_EQ(FillerOfDiff("1"), 0u);
+  EXPECT_GT(FillerOfDiff("100"), 1000u);
+}
 
 TEST(Command, InterruptClosesTheSessionFirst) {
   for (const int signal : {SIGINT, SIGTERM}) {

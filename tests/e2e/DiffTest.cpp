@@ -110,6 +110,25 @@ TEST(Diff, what_a_phone_cannot_tell_is_not_gone) {
   EXPECT_NE(outcome.err.find(other.Path() + ": contacts: "), std::string::npos) << outcome.err;
 }
 
+// To serve a folder is to write to it, if only beside the database.
+TEST(Diff, says_that_a_folder_cannot_be_written_to) {
+  const PhoneFolder phone(json::object()), other(json::object());
+  const std::string diff = std::string(BRELIX_COMMAND) + " diff " + phone.Path() + " " + other.Path();
+  const std::string alone = "mount --bind " + other.Path() + " " + other.Path() + " && mount -o remount,ro,bind " +
+                            other.Path() + " || exit 77; ";
+  // The superuser may write to any folder, unless its file system is read-only; such a one is made for this alone.
+  const bool superuser = geteuid() == 0;
+  if (!superuser) fs::permissions(other.Path(), fs::perms::owner_read | fs::perms::owner_exec);
+  const Outcome outcome = superuser ? ::test::Run({"/usr/bin/unshare", "-m", "/bin/sh", "-c", alone + diff})
+                                    : ::test::Run({"/bin/sh", "-c", diff});
+  if (!superuser) fs::permissions(other.Path(), fs::perms::owner_all);
+  if (superuser && (outcome.code == 77 || outcome.err.find("unshare") != std::string::npos))
+    GTEST_SKIP() << "no file system can be mounted here";
+  EXPECT_EQ(outcome.code, 3) << outcome.err;
+  EXPECT_NE(outcome.err.find(other.Path() + ": a phone's folder must be writable"), std::string::npos) << outcome.err;
+  EXPECT_EQ(outcome.err.find("make a new phone"), std::string::npos) << outcome.err;
+}
+
 TEST(Diff, refuses_what_is_no_phone) {
   const PhoneFolder phone(json::object());
   EXPECT_EQ(Brelix({"diff", phone.Path(), phone.Path()}).code, 2);
