@@ -167,9 +167,14 @@ TEST_F(Restore, AnInterruptEndsTheCheckOfTheFolder) {
   Save({{{"FirstName", "Ada"}}});
   const PhoneFolder empty(json::object());
   // Sparse, but as long to read as any other.
+  constexpr uint64_t kSize = uint64_t{16} << 30;
   const std::filesystem::path large = std::filesystem::path(Backup()) / "files" / "large";
   std::ofstream(large).put('x');
-  std::filesystem::resize_file(large, uint64_t{16} << 30);
+  std::filesystem::resize_file(large, kSize);
+  const std::filesystem::path manifest = std::filesystem::path(Backup()) / "manifest.json";
+  json told = json::parse(ReadFile(manifest));
+  told["files"].push_back({{"path", "files/large"}, {"size", kSize}, {"sha256", std::string(64, '0')}});
+  std::ofstream(manifest) << told;
   Process restore({BRELIX_COMMAND, "-d", AddressOf(empty), "restore", Backup(), "--contacts"});
   const std::filesystem::path open_files = "/proc/" + std::to_string(restore.pid()) + "/fd";
   const auto reads = [&] {
