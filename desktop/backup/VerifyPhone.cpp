@@ -134,12 +134,17 @@ class PhoneCheck {
       domain.take({.session = session_, .folder = scratch_.folder(), .watch = watch});
     } catch (const Failure& failure) {
       if (EndsEverything(failure)) throw;
-      watch.Miss(std::string(domain.name), fmt::format("{}, to their end: {}", domain.name, failure.what()));
+      watch.Miss(std::string(domain.name), fmt::format("{}, to their end: {}", domain.name, WithoutAddress(failure)));
     } catch (const SQLite::Exception& error) {
       throw Failure(Exit::kLocalFile, fmt::format("{}: what the phone gives cannot be written: {}; make room or set "
                                                   "TMPDIR to another place",
                                                   scratch_.folder().path().string(), error.what()));
     }
+  }
+
+  std::string WithoutAddress(const Failure& failure) const {
+    const std::string text = failure.what(), prefix = session_.address() + ": ";
+    return text.starts_with(prefix) ? text.substr(prefix.size()) : text;
   }
 
   // Where something could not be read, nobody knows which of the backup's things it was, so none of them is taken to be
