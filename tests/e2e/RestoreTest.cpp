@@ -155,6 +155,26 @@ TEST_F(Restore, AContactWithoutItsPictureIsNotMadeAgain) {
   }
 }
 
+// Each run comes a few bytes further than the one before.
+TEST_F(Restore, ALinkThatEndsAnywhereLeavesNothingTwice) {
+  Save({{{"oid", 70}, {"FirstName", "Twin"}, {"Picture", "/9j/2Q=="}},
+        {{"oid", 71}, {"FirstName", "Twin"}, {"Picture", "/9j/4AAQ"}}});
+  const PhoneFolder phone(json::object());
+  const std::string agent = std::string(BRELIX_PHONE_COMMAND) + " rapi " + phone.Path();
+  size_t without_picture = 0;
+  int code = -1;
+  for (int bytes = 200; code != 0 && bytes < 2000; bytes += 25) {
+    const std::string cut = "exec:dd bs=1 count=" + std::to_string(bytes) + " status=none | " + agent;
+    code = Brelix({"-d", cut, "restore", Backup(), "--contacts"}).code;
+    EXPECT_TRUE(code == 0 || code == 6) << code << " after " << bytes;
+    const auto contacts = JsonLines(On(phone, {"contacts", "list"}).out);
+    ASSERT_LE(contacts.size(), 2u) << bytes;
+    for (const json& contact : contacts) without_picture += contact.at("picture_bytes") == 0 ? 1 : 0;
+  }
+  EXPECT_GT(without_picture, 0u) << "no run ended between a contact and its picture";
+  EXPECT_EQ(RestoreTo(phone, {"--read-only"}), "made 0, changed 0, same 2, failed 0, exit 0");
+}
+
 TEST_F(Restore, OnlyWhatThePhoneTookIsCounted) {
   Save({{{"FirstName", "Long"}, {"Body", std::string(300, 'x')}}, {{"FirstName", "Ada"}}, {{"FirstName", "Ben"}}});
   json failing = Phone({{{"oid", 3}, {"FirstName", "Ben"}, {"JobTitle", "Boss"}}});
