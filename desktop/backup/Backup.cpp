@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "desktop/Text.h"
 #include "desktop/backup/BackupFolder.h"
 
 namespace brelix::backup {
@@ -49,11 +50,21 @@ void TakeDomain(Session& session, BackupFolder& folder, const Domain& domain, bo
 
 // The library's errors name no file; a full disk is the usual one.
 [[noreturn]] void Rethrow(const SQLite::Exception& error, const std::filesystem::path& target) {
-  throw Failure(
-      Exit::kLocalFile,
-      fmt::format("{}: the backup cannot be written: {}; make room or choose another place, then run the same "
-                  "command again to go on",
-                  target.string(), error.what()));
+  throw Failure(Exit::kLocalFile, fmt::format("{}: the backup cannot be written: {}; make room or choose another place",
+                                              target.string(), error.what()));
+}
+
+// Nothing where there is no such backup of before, or none that can be read.
+std::optional<Changes> ChangesOf(const Domain& domain, BackupFolder& folder) {
+  if (folder.before() == nullptr || folder.before_manifest()->Find(domain.name) == nullptr) return std::nullopt;
+  try {
+    return Compare(domain, *folder.before(), folder.phone());
+  } catch (const std::exception& error) {
+    const auto* failure = dynamic_cast<const Failure*>(&error);
+    if (failure != nullptr && failure->code() == Exit::kInterrupted) throw;
+    folder.KeepBefore(fmt::format("its {} cannot be compared with what came now: {}", domain.name, error.what()));
+    return std::nullopt;
+  }
 }
 
 std::vector<DomainOutcome> Outcomes(const std::vector<const Domain*>& domains, BackupFolder& folder) {
@@ -62,11 +73,23 @@ std::vector<DomainOutcome> Outcomes(const std::vector<const Domain*>& domains, B
     DomainOutcome outcome;
     outcome.entry.name = domain->name;
     outcome.entry.lost = folder.CountLost(domain->name);
-    if (folder.before() != nullptr && folder.before_manifest()->Find(domain->name) != nullptr)
-      outcome.changes = Compare(*domain, *folder.before(), folder.phone());
+    outcome.changes = ChangesOf(*domain, folder);
+    // What did not come now may be there alone.
+    if (outcome.entry.lost > 0 && outcome.changes && (outcome.changes->gone > 0 || outcome.changes->changed > 0))
+      folder.KeepBefore(fmt::format("not all {} came, and it has {} that this one has not, or has otherwise",
+                                    domain->name, outcome.changes->gone + outcome.changes->changed));
     outcomes.push_back(outcome);
   }
   return outcomes;
+}
+
+// What a phone of before told and does not tell now is still known.
+PhoneIdentity WithWhatWasKnown(PhoneIdentity phone, const std::optional<Manifest>& before) {
+  if (!before) return phone;
+  for (std::string PhoneIdentity::*fact :
+       {&PhoneIdentity::manufacturer, &PhoneIdentity::model, &PhoneIdentity::serial_number})
+    if ((phone.*fact).empty()) phone.*fact = before->phone.*fact;
+  return phone;
 }
 
 }  // namespace
@@ -84,23 +107,22 @@ PhoneIdentity AskIdentity(Session& session) {
   };
   try_to([&] {
     const PermanentInfo info = phone.PermanentInfo();
-    identity.manufacturer = info.manufacturer.value_or("");
-    identity.model = info.model.value_or("");
+    identity.manufacturer = CleanUtf8(info.manufacturer.value_or(""));
+    identity.model = CleanUtf8(info.model.value_or(""));
   });
-  try_to([&] { identity.serial_number = phone.SerialNumber().value_or(""); });
-  try_to([&] { identity.subscriber_number = phone.SubscriberNumber().value_or(""); });
+  try_to([&] { identity.serial_number = CleanUtf8(phone.SerialNumber().value_or("")); });
+  try_to([&] { identity.subscriber_number = CleanUtf8(phone.SubscriberNumber().value_or("")); });
   return identity;
 }
 
 BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, const BackupOptions& options,
                          BackupWatch& watch) {
   try {
-    BackupFolder folder(target, options.restart);
+    BackupFolder folder(target, options.restart, [&](const std::string& text) { watch.Notice(text); });
     RunFacts facts{AskIdentity(session), {}};
     for (const Domain* domain : options.domains) facts.domains.emplace_back(domain->name);
     BackupOutcome outcome;
-    outcome.went_on = folder.Begin(facts);
-    outcome.replaced = folder.before() != nullptr;
+    outcome.went_on = folder.Begin(facts, options.same_phone, options.cancel);
     watch.Started(outcome.went_on, folder.Begun());
     for (const Domain* domain : options.domains) {
       if (folder.IsComplete(*domain)) continue;
@@ -110,7 +132,7 @@ BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, 
     }
     outcome.domains = Outcomes(options.domains, folder);
     outcome.manifest.tool_version = options.tool_version;
-    outcome.manifest.phone = facts.phone;
+    outcome.manifest.phone = WithWhatWasKnown(facts.phone, folder.before_manifest());
     for (const DomainOutcome& domain : outcome.domains) outcome.manifest.domains.push_back(domain.entry);
     folder.Finish(outcome.manifest);
     for (size_t i = 0; i < outcome.domains.size(); i++) outcome.domains[i].entry = outcome.manifest.domains[i];

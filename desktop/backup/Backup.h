@@ -15,7 +15,9 @@ struct BackupOptions {
   std::vector<const Domain*> domains;  // in the order of Domains()
   bool full = false;                   // fetch what looks unchanged, too
   bool restart = false;                // throw away what an interrupted run left
+  bool same_phone = false;             // the phone is that of the old backup, although it cannot be told
   std::string tool_version;
+  CancelFd cancel = -1;
 };
 
 // Told while a backup is made. Those of one domain's taking come between Begin and End.
@@ -29,12 +31,14 @@ class BackupWatch : public Watch {
 
 struct DomainOutcome {
   DomainEntry entry;
-  std::optional<Changes> changes;  // since the backup of before, where that has the domain too
+  // Since the backup of before, where that has the domain too and can be read. What is gone is known only where nothing
+  // was lost.
+  std::optional<Changes> changes;
+  bool GoneIsKnown() const { return entry.lost == 0; }
 };
 
 struct BackupOutcome {
   bool went_on = false;  // where an earlier run had stopped
-  bool replaced = false;
   std::vector<DomainOutcome> domains;
   Manifest manifest;
 };
@@ -43,6 +47,7 @@ struct BackupOutcome {
 BackupOutcome MakeBackup(Session& session, const std::filesystem::path& target, const BackupOptions& options,
                          BackupWatch& watch);
 
+// What the phone does not tell, or fails to, is empty.
 PhoneIdentity AskIdentity(Session& session);
 
 }  // namespace brelix::backup

@@ -12,6 +12,7 @@ class PutAside {
     SQLite::Transaction transaction(database_);
     SQLite::Statement insert(database_, "INSERT INTO record VALUES (?, ?)");
     domain.for_each(folder, [&](const Record& record) {
+      folder.FailIfInterrupted();
       insert.bind(1, record.key);
       insert.bind(2, record.fields.dump());
       insert.exec();
@@ -52,6 +53,7 @@ Changes Compare(const Domain& domain, const PhoneFolder& before, const PhoneFold
     old.Next();
   };
   domain.for_each(after, [&](const Record& record) {
+    after.FailIfInterrupted();
     while (!old.AtEnd() && old.key() < record.key) gone();
     if (old.AtEnd() || old.key() != record.key) {
       changes.added++;

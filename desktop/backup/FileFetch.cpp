@@ -113,7 +113,7 @@ bool FileFetch::TakeFromBefore(const ListedFile& file) {
   if (!IsThere(old, file)) return false;
   const auto known = taking_.before->KnownDigest(file.host);
   if (!known) return false;
-  if (DigestOfFile(old) != *known) {
+  if (DigestOfFile(old, taking_.before->cancel()) != *known) {
     taking_.watch.Notice(
         fmt::format("{}: damaged in the backup of before; it is fetched again", file.path.ForPeople()));
     return false;

@@ -59,6 +59,11 @@ std::string PhoneIdentity::ForPeople() const {
   return (made.empty() ? "a phone" : made) + ", serial number " + serial_number;
 }
 
+bool IsSame(const PhoneIdentity& a, const PhoneIdentity& b) {
+  if (a.serial_number != b.serial_number) return false;
+  return !a.serial_number.empty() || (a.manufacturer == b.manufacturer && a.model == b.model);
+}
+
 bool CanBeSame(const PhoneIdentity& a, const PhoneIdentity& b) {
   if (!a.serial_number.empty() && !b.serial_number.empty()) return a.serial_number == b.serial_number;
   const auto agree = [](const std::string& one, const std::string& other) {
@@ -119,10 +124,11 @@ void WriteManifest(const PhoneFolder& folder, Manifest& manifest, const LostSour
   manifest.database_sha256 = total.Text();
 
   NewFile out(folder.path() / kManifestName);
-  const Json taken = {{"id", manifest.id},
-                      {"version", manifest.tool_version},
-                      {"begun", manifest.begun},
-                      {"finished", manifest.finished}};
+  Json taken = {{"id", manifest.id},
+                {"version", manifest.tool_version},
+                {"begun", manifest.begun},
+                {"finished", manifest.finished}};
+  if (!manifest.before.empty()) taken["kept_before"] = ToJson(manifest.before);
   out.Write(fmt::format("{{\n  \"format\": {},\n  \"tool\": \"brelix\",\n  \"taken\": {},\n  \"phone\": {},\n",
                         kManifestFormat, Line(taken), Line(ToJson(manifest.phone))));
   out.Write(fmt::format("  \"database_sha256\": \"{}\",\n  \"domains\": [\n", manifest.database_sha256));

@@ -27,7 +27,9 @@ struct PhoneIdentity {
   // "Northgate Radio NR-500, serial number 990000500100427"
   std::string ForPeople() const;
 };
-// Whether two can be the same phone: their serial numbers say so, or, where one tells none, manufacturer and model.
+// Whether two are the same phone: by serial number, or, where neither tells one, by manufacturer and model.
+bool IsSame(const PhoneIdentity& a, const PhoneIdentity& b);
+// Whether they may be, since nothing that both tell speaks against it.
 bool CanBeSame(const PhoneIdentity& a, const PhoneIdentity& b);
 nlohmann::ordered_json ToJson(const PhoneIdentity& phone);
 PhoneIdentity IdentityOf(const nlohmann::json& json);
@@ -53,6 +55,7 @@ struct Manifest {
   PhoneIdentity phone;
   std::string database_sha256;  // of the records of all domains
   std::vector<DomainEntry> domains;
+  std::string before{};  // written only: the name under which the backup of before is kept; empty where it is not
 
   const DomainEntry* Find(std::string_view domain) const;
 };

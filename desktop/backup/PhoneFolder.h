@@ -31,6 +31,7 @@ class PhoneFolder {
   // From now on, an interrupt ends the reading of this folder: at the next file or folder in files/, at the next piece
   // of a file, and wherever FailIfInterrupted is called between records.
   void SetCancel(CancelFd cancel) { cancel_ = cancel; }
+  CancelFd cancel() const { return cancel_; }
   void FailIfInterrupted() const { brelix::FailIfInterrupted(cancel_); }
 
   // Calls `visit` for everything below files/, with paths relative to it, by rising keys (Key below); what is in a

@@ -48,6 +48,7 @@ std::vector<const Domain*> Chosen(const BackupWords& words) {
 class Teller final : public backup::BackupWatch {
  public:
   void Started(bool goes_on, const std::string& begun) override {
+    started_ = true;
     if (goes_on) Complain(fmt::format("going on with the backup that was begun at {} and interrupted", begun));
   }
   void Begin(const Domain& domain) override {
@@ -64,9 +65,12 @@ class Teller final : public backup::BackupWatch {
   }
   void Lost(Problem problem) override { Complain(Printable(CleanUtf8(problem.why))); }
   void Notice(const std::string& text) override { Complain(Printable(CleanUtf8(text))); }
+  // Whether there is something to go on with.
+  bool started() const { return started_; }
 
  private:
   std::optional<Progress> bar_;
+  bool started_ = false;
 };
 
 std::string Title(std::string_view domain) {
@@ -83,14 +87,18 @@ void TellOutcome(const backup::BackupOutcome& outcome, const std::string& folder
     std::string text = std::to_string(domain.entry.count);
     Json json = {{"count", domain.entry.count}, {"sha256", domain.entry.sha256}, {"lost", domain.entry.lost}};
     if (const auto& changes = domain.changes) {
-      text += fmt::format(" ({} added, {} changed, {} gone)", changes->added, changes->changed, changes->gone);
+      const bool known = domain.GoneIsKnown();
+      text += fmt::format(" ({} added, {} changed, {})", changes->added, changes->changed,
+                          known ? fmt::format("{} gone", changes->gone) : "what is gone is unknown");
       json["added"] = changes->added;
       json["changed"] = changes->changed;
-      json["gone"] = changes->gone;
+      json["gone"] = known ? Json(changes->gone) : Json();
     }
     if (domain.entry.lost > 0) text += fmt::format(", {} lost", domain.entry.lost);
     report.Add(Title(domain.entry.name), text, domain.entry.name, json);
   }
+  if (!outcome.manifest.before.empty())
+    report.Add("Backup of before is kept as", "kept_before", outcome.manifest.before);
 }
 
 Exit Backup(Context& context, const BackupWords& words) {
@@ -99,6 +107,7 @@ Exit Backup(Context& context, const BackupWords& words) {
   backup::BackupOptions options = words.options;
   options.domains = Chosen(words);
   options.tool_version = BRELIX_VERSION;
+  options.cancel = context.options.cancel;
   try {
     const backup::BackupOutcome outcome = MakeBackup(context.session, words.folder, options, teller);
     TellOutcome(outcome, words.folder, context.report);
@@ -108,8 +117,7 @@ Exit Backup(Context& context, const BackupWords& words) {
     Complain(fmt::format("{} items did not come; {} names them", lost, words.folder + "/" + backup::kManifestName));
     return Exit::kPartial;
   } catch (const Failure& failure) {
-    const bool stopped = failure.code() == Exit::kLinkLost || failure.code() == Exit::kInterrupted;
-    if (!stopped) throw;
+    if (!teller.started()) throw;
     throw Failure(failure.code(),
                   fmt::format("{}; the same command again goes on where this one stopped", failure.what()));
   }
@@ -206,11 +214,18 @@ void DeclareBackup(CLI::App& app, Action& chosen) {
   command
       ->add_option("FOLDER", words->folder, "The backup; one of the same phone is replaced when the new one is whole")
       ->required();
-  CLI::Option* only = command->add_option("--only", words->only, "Take only these: " + DomainNames())->delimiter(',');
-  command->add_option("--without", words->without, "Leave these out")->delimiter(',')->excludes(only);
+  CLI::Option* only = command->add_option("--only", words->only, "Take only these: " + DomainNames())
+                          ->delimiter(',')
+                          ->allow_extra_args(false);
+  command->add_option("--without", words->without, "Leave these out")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->excludes(only);
   command->add_flag("--full", words->options.full,
                     "Fetch every file, also those that look unchanged since the last backup");
   command->add_flag("--restart", words->options.restart, "Throw away what an interrupted run left, and begin anew");
+  command->add_flag("--same-phone", words->options.same_phone,
+                    "The phone is that of the backup that is there, although its serial number does not say so");
   command->callback([words, &chosen] {
     Chosen(*words);
     if (words->folder.empty()) throw Failure(Exit::kUsage, "backup: where to? The folder's name is empty");

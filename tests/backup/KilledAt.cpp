@@ -36,9 +36,8 @@ pid_t Start(std::vector<std::string>& words) {
   _exit(127);
 }
 
-}  // namespace
-
-Steps RunKilledAt(std::vector<std::string> words, size_t at) {
+// `stop` is given the program's number where it has come to the step `at`.
+Steps RunTo(std::vector<std::string> words, size_t at, const std::function<void(pid_t)>& stop) {
   const pid_t child = Start(words);
   int status = 0;
   waitpid(child, &status, 0);
@@ -61,11 +60,19 @@ Steps RunKilledAt(std::vector<std::string> words, size_t at) {
     if (call.op != PTRACE_SYSCALL_INFO_ENTRY) continue;
     const auto step = kSteps.find(static_cast<long>(call.entry.nr));
     if (step == kSteps.end()) continue;
-    if (steps.names.size() == at)
-      kill(child, SIGKILL);
-    else
-      steps.names.push_back(step->second);
+    if (steps.names.size() == at) stop(child);
+    steps.names.push_back(step->second);
   }
+}
+
+}  // namespace
+
+Steps RunKilledAt(std::vector<std::string> words, size_t at) {
+  return RunTo(std::move(words), at, [](pid_t child) { kill(child, SIGKILL); });
+}
+
+Steps RunStoppedAt(std::vector<std::string> words, size_t at, const std::function<void()>& meanwhile) {
+  return RunTo(std::move(words), at, [&](pid_t) { meanwhile(); });
 }
 
 }  // namespace test
