@@ -44,11 +44,16 @@ void FolderAhead::Announce(const PhonePath& folder) {
   if (folders_.emplace(folder.Wire(), added).second) order_.push_back(added);
 }
 
+// What an answer says of the folder costs this one. Never to stand around what sends or takes in: what the stream
+// throws there, an interrupt or a lost link, belongs to no folder.
 template <typename Act>
 void FolderAhead::Try(Folder& folder, Act act) {
   try {
     act();
   } catch (const Failure& failure) {
+    const bool of_this_folder =
+        dynamic_cast<const EntryFailure*>(&failure) != nullptr || failure.code() == Exit::kProtocol;
+    if (!of_this_folder) throw;
     folder.failure = std::current_exception();
     folder.over = true;
   }
@@ -91,15 +96,16 @@ void FolderAhead::Ask(const std::shared_ptr<Folder>& folder) {
   if (folder != last_opened_) {
     entries_held_ -= folder->listed.entries.size();
     folder->listed.entries.clear();
+    Bytes request;
+    Try(*folder, [&] { request = RequestFor(folder->path.EverythingIn()); });
+    if (folder->over) return;
     last_opened_ = folder;
-    Try(*folder, [&] {
-      stream_->Ask(
-          wire::kSystem, wire::kOpenListing, RequestFor(folder->path.EverythingIn()),
-          [folder](const Result& opened) {
-            if (!folder->over) Try(*folder, [&] { folder->over = !folder->listed.TakeOpened(opened); });
-          },
-          wire::kResultSize);
-    });
+    stream_->Ask(
+        wire::kSystem, wire::kOpenListing, std::move(request),
+        [folder](const Result& opened) {
+          if (!folder->over) Try(*folder, [&] { folder->over = !folder->listed.TakeOpened(opened); });
+        },
+        wire::kResultSize);
   }
   const size_t parts = folder->parts;
   folder->missing += parts;

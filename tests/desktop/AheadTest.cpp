@@ -1,8 +1,11 @@
 // Files and folders that are asked for ahead, on a phone whose one handle does what an agent's does.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "desktop/files/PhoneFiles.h"
 #include "tests/desktop/ModelAgent.h"
+#include "tests/desktop/RunBrelix.h"
 
 namespace brelix {
 namespace {
@@ -109,6 +112,26 @@ TEST(Ahead, FilesComeWholeWhateverTheirListingSaid) {
   EXPECT_EQ(Read(phone, listed), expected);
 }
 
+// The agent answers the first piece only once all have been asked for.
+TEST(Ahead, CatAsksForAWholeFileAtOnce) {
+  const std::string content = Filled(2 * kPiece + 9, 'a');
+  std::string pieces;
+  int asked = 0;
+  ModelAgent agent([&](const Frame& request) -> std::string {
+    if (request.module == 1 && request.command == 1)
+      return ModelAgent::Reply(request, {"\0\0\x07\xd9\x07\x0c\x0d\x2d", 8});
+    if (request.command == 93)
+      return ModelAgent::Reply(request, "<fileinfo><name>f</name><modified></modified><attr>A</attr><size>" +
+                                            std::to_string(content.size()) + "</size></fileinfo>");
+    if (request.command != 59) return ModelAgent::Reply(request, "");
+    pieces += ModelAgent::Reply(request, content.substr(static_cast<size_t>(asked) * kPiece, kPiece));
+    return ++asked == 3 ? pieces : "";
+  });
+  const test::Outcome cat = test::RunBrelix({"-d", agent.Address(), "--timeout", "3", "files", "cat", "/f"});
+  EXPECT_EQ(cat.code, 0) << cat.err;
+  EXPECT_TRUE(cat.out == content) << cat.out.size();
+}
+
 TEST(Ahead, AFileThatChangesBetweenItsTwoReadingsIsNotKept) {
   Phone phone;
   phone.files = {{"\\a", Filled(2 * kPiece, 'a')}, {"\\b", Filled(7, 'b')}};
@@ -150,6 +173,34 @@ TEST(Ahead, FoldersOfManyPartsAreListedOnceAndWhole) {
   }
   EXPECT_TRUE(files.List(PhonePath::Parse("\\none")).empty());
   EXPECT_LT(phone.requests, 2500) << "250 parts, and what is asked once more";
+}
+
+// What is thrown while other folders are asked for is about none of them, and ends the work at once.
+TEST(Ahead, AnInterruptWhileOtherFoldersAreAskedForIsNotLost) {
+  int interrupt[2];
+  ASSERT_EQ(pipe2(interrupt, O_CLOEXEC | O_NONBLOCK), 0);
+  Phone phone;
+  for (int i = 0; i < 20; i++) phone.folders["\\" + std::to_string(i) + "\\*"] = 1;
+  phone.opened = [&](const std::string& path) {
+    if (path == "\\0\\*" && write(interrupt[1], "!", 1) != 1) ADD_FAILURE();
+  };
+  ModelAgent agent([&](const Frame& request) { return phone.Answer(request); });
+  // Opening the fourth folder is the seventh request, which has to wait.
+  Session session(Connect(agent.Address(), Clock::now() + std::chrono::seconds(5), interrupt[0]), {.window = 7});
+  PhoneFiles files(session);
+  for (int i = 0; i < 20; i++) EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse("/" + std::to_string(i))));
+  int listed = 0;
+  try {
+    for (; listed < 20; listed++) {
+      files.List(PhonePath::Parse("/" + std::to_string(listed)));
+      files.Close();
+    }
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.code(), Exit::kInterrupted) << failure.what();
+  }
+  EXPECT_EQ(listed, 0);
+  close(interrupt[0]);
+  close(interrupt[1]);
 }
 
 }  // namespace

@@ -87,7 +87,8 @@ TEST_F(Files, StatAndCatShowOneFile) {
   EXPECT_EQ(said["size"], 2147483648u) << stat.out;
   EXPECT_EQ(said["modified"], "2009-07-12T13:45:01Z");
   const std::string bytes = kNul + "\xFFtext";
-  const Outcome cat = Run(AsksFile("\\f", bytes) + Asks("1/59", "1/60 00000000") + kClosesFile, {"files", "cat", "f"});
+  const Outcome cat =
+      Run(AsksInfo("\\f", EntryXml("f", "6")) + AsksFile("\\f", bytes) + kClosesFile, {"files", "cat", "f"});
   EXPECT_EQ(cat.out, bytes);
   EXPECT_EQ(Run(AsksInfo("\\no", "", "00000002"), {"files", "stat", "no"}).code, 8);
   EXPECT_EQ(RunBrelix({"-d", "tcp:127.0.0.1:1", "files", "cat", "/ZZZZ"}).code, 10) << "before a phone is bothered";
@@ -205,7 +206,8 @@ TEST_F(Files, LostLinkLeavesTheOldFileAndAPartThatResumeVerifies) {
 
 TEST_F(Files, InterruptClosesTheFileAndThenTheSession) {
   std::promise<pid_t> running;
-  const std::string script = kBegin + Asks("1/57 " + Hex("\\f"), "1/58 00000000") + "expect 1/59\ncall\n";
+  const std::string script =
+      kBegin + AsksInfo("\\f", EntryXml("f", "")) + Asks("1/57 " + Hex("\\f"), "1/58 00000000") + "expect 1/59\ncall\n";
   ScriptedPhone phone(script + kClosesFile + kEnd, {}, [&] { kill(running.get_future().get(), SIGINT); });
   Process brelix(Brelix({"-d", phone.Address(), "files", "cat", "/f"}));
   running.set_value(brelix.pid());
