@@ -137,7 +137,9 @@ Exit Stat(Context& context, const PhonePath& path) {
 Exit Cat(Context& context, const PhonePath& path) {
   context.phone.Start();
   PhoneFiles files(context.session);
-  files.Read(path, std::nullopt, [](ByteView bytes) {
+  const std::optional<uint32_t> size = files.Info(path).size;
+  files.Announce(path, size);
+  files.Read(path, size, [](ByteView bytes) {
     WriteToStdout({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
   });
   files.Close();
