@@ -27,7 +27,7 @@ void NeedSendable(const std::string& path) {
 // An agent answers FFFFFFFF about a root that it does not know.
 void NeedRoot(const Result& result, const KeyPath& path) {
   if (result.code == wire::kRefusedResult)
-    throw Failure(Exit::kRefused, fmt::format("{}: the phone's agent does not know this root", path.ForPeople()));
+    throw EntryFailure(Exit::kRefused, fmt::format("{}: the phone's agent does not know this root", path.ForPeople()));
 }
 
 std::string ShownValue(const KeyPath& path, std::string_view name) {
@@ -35,7 +35,7 @@ std::string ShownValue(const KeyPath& path, std::string_view name) {
 }
 
 [[noreturn]] void Broken(const KeyPath& path) {
-  throw Failure(Exit::kProtocol, fmt::format("{}: the phone's list is broken", path.ForPeople()));
+  throw EntryFailure(Exit::kProtocol, fmt::format("{}: the phone's list is broken", path.ForPeople()));
 }
 
 // The bytes up to the next NUL, which has to be there.
@@ -100,7 +100,8 @@ RegistryValue PhoneRegistry::ValueIn(const Result& result, const KeyPath& path, 
                        fmt::format("{}: the key cannot be opened: {}", path.ForPeople(), PhoneErrorText(result.code)));
   if (result.code != 0)
     throw EntryFailure(Exit::kPhoneError, fmt::format("{}: {}", shown, PhoneErrorText(result.code)));
-  if (result.data.size() < 4) throw Failure(Exit::kProtocol, fmt::format("{}: the phone's answer has no type", shown));
+  if (result.data.size() < 4)
+    throw EntryFailure(Exit::kProtocol, fmt::format("{}: the phone's answer has no type", shown));
   RegistryValue value{std::string(name), Read32(result.data, 0), {result.data.begin() + 4, result.data.end()}};
   if (value.IsText()) value.data.erase(std::find(value.data.begin(), value.data.end(), 0), value.data.end());
   return value;

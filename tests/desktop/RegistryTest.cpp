@@ -1,10 +1,14 @@
 // brelix registry: paths, values by type, .reg texts, and what the wire cannot carry.
+#include <atomic>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "desktop/registry/KeyPath.h"
+#include "desktop/registry/PhoneRegistry.h"
 #include "desktop/registry/RegText.h"
 #include "tests/desktop/FileScripts.h"
+#include "tests/desktop/HeldBytes.h"
+#include "tests/desktop/ModelAgent.h"
 
 namespace brelix::test {
 namespace {
@@ -147,17 +151,88 @@ TEST(Registry, NamesWhatTheWireCannotCarry) {
       << all.out;
 }
 
-TEST(Registry, FailsBeforeAnythingIsWrittenOrWhenListsAreBroken) {
+TEST(Registry, FailsBeforeAnythingIsWritten) {
   const ::test::TemporaryFolder folder;
   const std::string path = (folder.Path() / "x.reg").string();
   EXPECT_EQ(Talk(AsksKeys("HKCU\\No", "", "00000002"), {"registry", "export", "HKCU/No", "-o", path}).code, 8);
   EXPECT_EQ(Talk(AsksKeys("HKCU", "a\0b"s), {"registry", "export", "HKCU", "-o", path}).code, 12);
-  EXPECT_EQ(Talk(AsksKeys("HKCU", "") + AsksValues("HKCU", "\0\0\0"s), {"registry", "export", "HKCU", "-o", path}).code,
-            12);
   EXPECT_EQ(Talk(AsksValue("HKCU\\n", "\0\1"s), {"registry", "get", "HKCU", "n"}).code, 12);
   EXPECT_EQ(Talk(AsksKeys("HKCU", "", "ffffffff"), {"registry", "ls", "HKCU"}).code, 7);
   EXPECT_EQ(RunBrelix({"-d", "tcp:127.0.0.1:1", "registry", "get", "HKCU", "a\xFF"}).code, 2);
   EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+}
+
+TEST(Registry, ABrokenListOrAnswerCostsItsKeyOrValueAlone) {
+  const std::string script = AsksKeys("HKCU", "") + AsksValues("HKCU", Type(4) + "n\0"s) +
+                             AsksValue("HKCU\\n", "\0\1"s) + AsksKeys("HKCU", "bad\0none\0good\0"s) +
+                             AsksValues("HKCU\\bad", "\0\0\0"s) + AsksKeys("HKCU\\bad", "unended") +
+                             AsksValues("HKCU\\none", "", "ffffffff") + AsksKeys("HKCU\\none", "", "ffffffff") +
+                             AsksValues("HKCU\\good", Type(4) + "v\0"s) +
+                             AsksValue("HKCU\\good\\v", Type(4) + "\7\0\0\0"s) + AsksKeys("HKCU\\good", "");
+  const Outcome all = Talk(script, {"registry", "export", "HKCU", "--utf8"});
+  EXPECT_EQ(all.code, 11);
+  for (const char* why : {"HKCU, value \"n\": the phone's answer has no type", "HKCU\\bad: the phone's list is broken",
+                          "HKCU\\none: the phone's agent does not know this root"})
+    EXPECT_NE(all.err.find(why), std::string::npos) << why << "\n" << all.err;
+  EXPECT_NE(all.out.find("good]\r\n\"v\"=dword:00000007\r\n"), std::string::npos) << all.out;
+}
+
+// 40 keys of 300 values each, asked for ahead: told in the phone's order, and of none of the values twice.
+TEST(Registry, KeysOfManyValuesComeInOrder) {
+  std::atomic<int> values = 0;
+  ModelAgent agent([&](const Frame& request) -> std::string {
+    const std::string path(request.data.begin(), request.data.end());
+    std::string list;
+    if (request.command == 103 && path == "HKLM")
+      for (int k = 0; k < 40; k++) list += "k" + std::to_string(k) + '\0';
+    if (request.command == 105 && path != "HKLM")
+      for (int v = 0; v < 300; v++) list += Type(4) + "v" + std::to_string(v) + '\0';
+    if (request.command == 107) values++;
+    return ModelAgent::Reply(request, request.command == 107 ? Type(1) + path + '\0' : list);
+  });
+  {
+    Session session(Connect(agent.Address(), Clock::now() + std::chrono::seconds(5), -1), {});
+    PhoneRegistry registry(session);
+    int key = -1;
+    const Problems problems = WalkRegistry(registry, KeyPath::Parse("HKLM"), [&](const KeyContents& contents) {
+      if (key++ == -1) return;
+      const std::string path = "HKLM\\k" + std::to_string(key - 1);
+      EXPECT_EQ(contents.path.Wire(), path);
+      ASSERT_EQ(contents.values.size(), 300u);
+      for (size_t v = 0; v < 300; v++) EXPECT_EQ(contents.values[v].Text(), path + "\\v" + std::to_string(v));
+    });
+    EXPECT_EQ(key, 40);
+    EXPECT_TRUE(problems.empty());
+  }
+  EXPECT_EQ(values, 40 * 300);
+}
+
+// 60 keys of 20,000 values each, of which nothing can be told before all values of the first have come.
+TEST(Registry, WhatIsHeldOfKeysToComeIsBounded) {
+  std::string keys, list;
+  for (int k = 0; k < 60; k++) keys += "k" + std::to_string(k) + '\0';
+  for (int v = 0; v < 20'000; v++) list += Type(4) + "v" + std::to_string(v) + '\0';
+  ModelAgent agent([&](const Frame& request) -> std::string {
+    const bool root = request.data.size() == 4;
+    if (request.command == 103) return ModelAgent::Reply(request, root ? keys : "");
+    if (request.command == 105) return ModelAgent::Reply(request, root ? "" : list);
+    return ModelAgent::Reply(request, Type(4) + "\1\0\0\0"s);
+  });
+  Session session(Connect(agent.Address(), Clock::now() + std::chrono::seconds(5), -1), {});
+  PhoneRegistry registry(session);
+  struct Enough {};
+  const size_t before = HeldBytes();
+  size_t told = 0, values = 0, held = 0;
+  try {
+    WalkRegistry(registry, KeyPath::Parse("HKLM"), [&](const KeyContents& contents) {
+      values += contents.values.size();
+      held = HeldBytes();
+      if (++told == 3) throw Enough();
+    });
+  } catch (const Enough&) {
+  }
+  EXPECT_EQ(values, 40'000u);
+  EXPECT_LT(held - before, size_t{32} << 20);
 }
 
 }  // namespace
