@@ -62,7 +62,8 @@ struct Manifest {
 
 struct ManifestLists {
   std::function<void(const FileEntryOnDisk&)> file = [](const FileEntryOnDisk&) {};
-  std::function<void(std::string_view domain, const Problem&)> lost = [](std::string_view, const Problem&) {};
+  // `domain` is a place in Manifest::domains.
+  std::function<void(size_t domain, const Problem&)> lost = [](size_t, const Problem&) {};
 };
 
 // Throws a local-file failure for a folder without a manifest or with one that cannot be read, and a usage failure for

@@ -36,25 +36,25 @@ bool IsFilesPath(const std::string& path) {
 // How many things a domain has lost: one may be on the list for several reasons. On the disk, since there may be many.
 class LostItems {
  public:
-  void Add(const std::string& domain, const std::string& item) {
+  void Add(size_t domain, const std::string& item) {
     if (!database_) Open();
-    insert_->bind(1, domain);
+    insert_->bind(1, static_cast<int64_t>(domain));
     insert_->bind(2, item);
     insert_->exec();
     insert_->reset();
   }
 
-  uint64_t Count(const std::string& domain) const {
+  uint64_t Count(size_t domain) const {
     if (!database_) return 0;
     SQLite::Statement row(*database_, "SELECT count(*) FROM lost WHERE domain = ?");
-    row.bind(1, domain);
+    row.bind(1, static_cast<int64_t>(domain));
     return row.executeStep() ? static_cast<uint64_t>(row.getColumn(0).getInt64()) : 0;
   }
 
  private:
   void Open() {
     database_.emplace("", SQLite::OPEN_READWRITE);
-    database_->exec("CREATE TABLE lost (domain TEXT, item TEXT, PRIMARY KEY (domain, item)) WITHOUT ROWID");
+    database_->exec("CREATE TABLE lost (domain INTEGER, item TEXT, PRIMARY KEY (domain, item)) WITHOUT ROWID");
     insert_.emplace(*database_, "INSERT OR IGNORE INTO lost VALUES (?, ?)");
   }
 
@@ -87,6 +87,8 @@ class Reader {
   bool Keep(int depth, Event event, const Json& parsed) {
     if (event == Event::key && depth == 1) section_ = parsed.get<std::string>();
     if (event == Event::key && depth == 3 && section_ == "domains") member_ = parsed.get<std::string>();
+    // The domain's name may stand behind its list.
+    if (event == Event::object_start && depth == 2 && section_ == "domains") domains_++;
     if (event == Event::value) Value(depth, parsed);
     return event != Event::object_end || !Element(depth, parsed);
   }
@@ -98,7 +100,6 @@ class Reader {
   void Value(int depth, const Json& value) {
     if (depth == 1 && section_ == "format") NeedFormat(value);
     if (IsInFiles(depth) || IsInLost(depth)) Broken(file_, "an element of a list is no object");
-    if (depth == 3 && member_ == "name" && value.is_string()) domain_ = value.get<std::string>();
   }
 
   // Whether it was an element of a long list.
@@ -112,8 +113,8 @@ class Reader {
     }
     if (IsInLost(depth)) {
       const Problem problem{TextIn(json, "item"), TextIn(json, "why")};
-      lost_.Add(domain_, problem.path);
-      lists_.lost(domain_, problem);
+      lost_.Add(domains_ - 1, problem.path);
+      lists_.lost(domains_ - 1, problem);
       return true;
     }
     return false;
@@ -138,8 +139,8 @@ class Reader {
                       .database_sha256 = TextIn(json, "database_sha256"),
                       .domains = {}};
     for (const Json& entry : In(json, "domains")) {
-      const std::string name = TextIn(entry, "name");
-      manifest.domains.push_back({name, CountIn(entry, "count"), TextIn(entry, "sha256"), lost_.Count(name)});
+      const uint64_t lost = lost_.Count(manifest.domains.size());
+      manifest.domains.push_back({TextIn(entry, "name"), CountIn(entry, "count"), TextIn(entry, "sha256"), lost});
     }
     return manifest;
   }
@@ -161,7 +162,8 @@ class Reader {
 
   const fs::path file_;
   const ManifestLists& lists_;
-  std::string section_, member_, domain_;
+  std::string section_, member_;
+  size_t domains_ = 0;  // begun so far
   LostItems lost_;
 };
 

@@ -96,19 +96,19 @@ class PhoneCheck {
   PhoneCheck(Session& session, const fs::path& folder, Verdict& verdict)
       : session_(session), backup_(PhoneFolder::OpenForReading(folder)), verdict_(verdict) {
     ReadManifest(folder, {.file = [&](const FileEntryOnDisk& file) { files_.Add(file); },
-                          .lost = [&](std::string_view domain,
-                                      const Problem& problem) { lost_[std::string(domain)].insert(problem.path); }});
+                          .lost = [&](size_t domain, const Problem& problem) { lost_[domain].insert(problem.path); }});
   }
 
   void Domains() {
-    for (const DomainEntry& entry : verdict_.manifest.domains) {
+    for (size_t at = 0; at < verdict_.manifest.domains.size(); at++) {
+      const DomainEntry& entry = verdict_.manifest.domains[at];
       const Domain* domain = FindDomain(entry.name);
       if (domain == nullptr || domain->name == "files") continue;
       if (entry.count > kSmall) {
         verdict_.not_compared.push_back(entry.name);
         continue;
       }
-      LossWatch watch(lost_[entry.name], verdict_.not_read);
+      LossWatch watch(lost_[at], verdict_.not_read);
       Take(*domain, watch);
       CompareDomain(*domain, watch);
       *verdict_.sampled += entry.count - std::min<uint64_t>(entry.count, watch.CountLost());
@@ -217,7 +217,7 @@ class PhoneCheck {
   const PhoneFolder backup_;
   Scratch scratch_;
   ExpectedFiles files_;
-  std::map<std::string, std::set<std::string>> lost_;
+  std::map<size_t, std::set<std::string>> lost_;  // by place in Manifest::domains
   Verdict& verdict_;
 };
 
@@ -225,13 +225,23 @@ class PhoneCheck {
 
 void VerifyAgainst(Session& session, const fs::path& folder, size_t sample, Verdict& verdict) {
   const PhoneIdentity phone = AskIdentity(session);
-  if (!CanBeSame(phone, verdict.manifest.phone))
+  const PhoneIdentity& taken = verdict.manifest.phone;
+  if (!CanBeSame(phone, taken))
     throw Failure(Exit::kUsage, fmt::format("{}: the backup of another phone ({}); this one is {}", folder.string(),
-                                            verdict.manifest.phone.ForPeople(), phone.ForPeople()));
-  PhoneCheck check(session, folder, verdict);
-  verdict.sampled = 0;
-  check.Domains();
-  check.Files(sample);
+                                            taken.ForPeople(), phone.ForPeople()));
+  if (phone.serial_number != taken.serial_number)
+    verdict.not_read.push_back(
+        {"serial number", fmt::format("the backup is of {}; this one is {}, and may be another phone",
+                                      taken.ForPeople(), phone.ForPeople())});
+  try {
+    PhoneCheck check(session, folder, verdict);
+    verdict.sampled = 0;
+    check.Domains();
+    check.Files(sample);
+  } catch (const SQLite::Exception& error) {
+    throw Failure(Exit::kLocalFile,
+                  fmt::format("{}: cannot be compared with the phone: {}", folder.string(), error.what()));
+  }
 }
 
 }  // namespace brelix::backup

@@ -59,6 +59,9 @@ TEST(VerifyCommand, a_partial_backup_is_told_as_one) {
   EXPECT_EQ(seen.code, 11) << seen.err;
   EXPECT_EQ(json::parse(seen.out)["lost"], (json{{"contacts", 2}}));
   EXPECT_EQ(Differences(seen), std::vector<std::string>{});
+  // Its members may come in another order.
+  const std::string file = place.Path("copy") + "/manifest.json";
+  WriteOver(file, ReadJson(file).dump());
   EXPECT_THAT(test::Run({BRELIX_COMMAND, "verify", place.Path("copy")}).out,
               HasSubstr("Lost when it was taken contacts 2"));
   // Something worse.
@@ -94,6 +97,16 @@ TEST(VerifyCommand, what_the_phone_does_not_give_is_no_difference) {
   EXPECT_EQ(json::parse(three.out)["not_read"].size(), 3U);
   EXPECT_THAT(three.err, HasSubstr("not read from the phone: contacts, to their end: module"));
   EXPECT_THAT(three.err, HasSubstr("not read from the phone: \\a.txt: "));
+}
+
+TEST(VerifyCommand, a_phone_that_may_be_another_is_told) {
+  const BackupPlace place;
+  ASSERT_EQ(place.Backup(place.MakePhone("phone", SmallPhone()), "copy").code, 0);
+  json description = SmallPhone();
+  description["lines"][0]["serialNumber"] = nullptr;
+  const Outcome seen = Verify(place.Path("copy"), place.Address(place.MakePhone("silent", description)));
+  EXPECT_THAT(seen.err, HasSubstr("this one is Maker M1 without a serial number, and may be another phone"));
+  EXPECT_NE(seen.code, 0);
 }
 
 TEST(VerifyCommand, the_phone_makes_nothing_forgotten) {
