@@ -257,7 +257,7 @@ void BackupFolder::AddLost(const Domain& domain, const Problem& problem) {
 }
 
 uint64_t BackupFolder::CountLost(std::string_view domain) {
-  SQLite::Statement row(progress(), "SELECT count(*) FROM lost WHERE domain = ?");
+  SQLite::Statement row(progress(), "SELECT count(DISTINCT item) FROM lost WHERE domain = ?");
   row.bind(1, std::string(domain));
   return row.executeStep() ? static_cast<uint64_t>(row.getColumn(0).getInt64()) : 0;
 }

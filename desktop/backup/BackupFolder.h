@@ -61,6 +61,7 @@ class BackupFolder {
   void Clear(const Domain& domain);
   void SetComplete(const Domain& domain);
   void AddLost(const Domain& domain, const Problem& problem);
+  // Things, of which one may be lost for several reasons.
   uint64_t CountLost(std::string_view domain);
   void ForEachLost(std::string_view domain, const std::function<void(const Problem&)>& visit);
 

@@ -54,7 +54,10 @@ TEST(VerifyCommand, a_partial_backup_is_told_as_one) {
   // Two reasons, one contact.
   description["contacts"][1] = json::parse(R"({"oid": 9, "FirstName": "\u0100da", "LastName": "\u0200o"})");
   const std::string phone = place.MakePhone("phone", description);
-  EXPECT_EQ(place.Backup(phone, "copy", {"--only", "contacts,files"}).code, 11);
+  const Outcome made = place.Backup(phone, "copy", {"--only", "contacts,files"});
+  EXPECT_EQ(made.code, 11);
+  EXPECT_THAT(made.out, HasSubstr("1, 2 lost"));
+  EXPECT_THAT(made.err, HasSubstr("2 items did not come"));
   const Outcome seen = Verify(place.Path("copy"));
   EXPECT_EQ(seen.code, 11) << seen.err;
   EXPECT_EQ(json::parse(seen.out)["lost"], (json{{"contacts", 2}}));
