@@ -70,7 +70,7 @@ void ItemCollection::AskAll(uint32_t count, const std::function<bool(uint32_t, R
     stream.Ask(module_, wire::kGetItem, NumberData(position),
                [&take, &wanted, position](Result result) { wanted = wanted && take(position, std::move(result)); });
   }
-  if (wanted) stream.Finish();
+  while (wanted && stream.TakeOne()) continue;
 }
 
 }  // namespace brelix

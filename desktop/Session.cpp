@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <random>
+#include <utility>
 
 #include "desktop/Wire.h"
 
@@ -14,6 +15,8 @@ constexpr milliseconds kLeaveTakes{2000};
 constexpr int kMostStrangers = 4096;  // more requests than fit into an agent's buffer twice over
 constexpr int kMostHandshakes = 4;
 constexpr int kManyStrangers = 3;
+constexpr size_t kMostFiller = 16379;  // in a row; see Stream.cpp
+constexpr int kMostPatience = 10;      // times the time that an answer has, while bytes of it keep coming
 constexpr const char* kTakesNoBytes = "the phone takes no bytes; it may be out of reach (--timeout waits longer)";
 
 std::string Seconds(milliseconds time) { return fmt::format("{:g} s", static_cast<double>(time.count()) / 1000); }
@@ -32,11 +35,13 @@ void Session::Fail(Exit code, const std::string& what) const {
   throw Failure(code, fmt::format("{}: {}", address(), what));
 }
 
-void Session::FailLate() const {
+// What is asked from here on only tidies up.
+void Session::FailLate() {
+  const milliseconds waited = std::exchange(options_.timeout, std::min(options_.timeout, kLeaveTakes));
   if (!reader_.rest().empty())
-    Fail(Exit::kLinkLost, fmt::format("the answer broke off after {} bytes (waited {})", reader_.rest().size(),
-                                      Seconds(options_.timeout)));
-  Fail(Exit::kLinkLost, fmt::format("no answer within {} (--timeout waits longer)", Seconds(options_.timeout)));
+    Fail(Exit::kLinkLost,
+         fmt::format("the answer broke off after {} bytes (waited {})", reader_.rest().size(), Seconds(waited)));
+  Fail(Exit::kLinkLost, fmt::format("no answer within {} (--timeout waits longer)", Seconds(waited)));
 }
 
 void Session::FailNumber(uint16_t came, uint16_t expected) const {
@@ -59,13 +64,27 @@ uint16_t Session::Queue(Bytes& frame) {
   if (options_.trace) options_.trace->Sent(frame);
   given_up_.erase(number);
   out_.insert(out_.end(), frame.begin(), frame.end());
+  filler_run_ = 0;
   return number;
 }
 
-// Bytes that an agent drops as garbage, but whose arrival makes it look at what it holds.
-void Session::QueueFiller(size_t bytes) {
+// Bytes that an agent drops as garbage, but whose arrival makes it look at what it holds. Returns how many; a run of
+// them ends before it could fill an agent's buffer.
+size_t Session::QueueFiller(size_t bytes) {
+  bytes = std::min(bytes, kMostFiller - filler_run_);
+  if (bytes == 0) return 0;
   if (options_.trace) options_.trace->Filler(bytes);
   out_.insert(out_.end(), bytes, 0);
+  filler_run_ += bytes;
+  return bytes;
+}
+
+// Takes back filler that was queued last and is not written yet, so many bytes at most. Returns how many.
+size_t Session::DropFiller(size_t bytes) {
+  const size_t drop = std::min(bytes, out_.size());
+  out_.resize(out_.size() - drop);
+  filler_run_ -= drop;
+  return drop;
 }
 
 void Session::Flush(Deadline deadline) {
@@ -88,19 +107,26 @@ void Session::Urge(int strangers) {
   QueueFiller(at_once ? wire::kMaxRequest - 2 * wire::kFrameOverhead + 1 : 1);
 }
 
+// An answer is not late while bytes come, even over the slowest link; but not for ever.
+Deadline Session::Patience(Deadline deadline, milliseconds timeout) const {
+  return std::clamp(heard_ + timeout, deadline, deadline + (kMostPatience - 1) * timeout);
+}
+
 bool Session::Transfer(Deadline deadline) {
+  const auto feed = [this] {
+    if (!in_.empty()) heard_ = Clock::now();
+    reader_.Feed(in_);
+  };
   try {
     in_.clear();
     const bool moved = link_->Transfer(out_, in_, deadline);
-    reader_.Feed(in_);
+    feed();
     return moved;
   } catch (const Failure& failure) {
-    reader_.Feed(in_);
-    // What is still asked after an interrupt only tidies up.
-    if (failure.code() == Exit::kInterrupted)
-      options_.timeout = std::min(options_.timeout, kLeaveTakes);
-    else
-      alive_ = false;
+    feed();
+    // What is still asked after an interrupt only tidies up, and after a second one nothing is.
+    if (failure.code() == Exit::kInterrupted) options_.timeout = std::min(options_.timeout, kLeaveTakes);
+    if (failure.code() != Exit::kInterrupted || ++interrupts_ > 1) alive_ = false;
     throw;
   }
 }
@@ -118,20 +144,23 @@ std::optional<Frame> Session::Received(std::optional<Frame> frame) {
   return frame;
 }
 
-// Nothing when the time is up. What is queued is written meanwhile.
+// Nothing when the time is up. What is queued is written meanwhile. What has come is looked at as all that comes only
+// after a silence.
 std::optional<Frame> Session::NextFrame(Deadline until) {
   for (;;) {
     if (auto frame = Received(reader_.Next(ReplyReader::LinkState::kFlowing))) return frame;
     try {
       if (Transfer(std::min(until, Clock::now() + wire::kQuiet))) continue;
-    } catch (const Failure&) {
-      if (alive_) throw;
+    } catch (const Failure& failure) {
+      if (alive_ || failure.code() == Exit::kInterrupted) throw;
       // Nothing more can come, so what is held may be whole after all.
       if (auto frame = Received(reader_.Next(ReplyReader::LinkState::kQuiet))) return frame;
       throw;
     }
-    if (auto frame = Received(reader_.Next(ReplyReader::LinkState::kQuiet))) return frame;
-    if (Clock::now() >= until) return std::nullopt;
+    const Deadline now = Clock::now();
+    if (now >= heard_ + wire::kQuiet)
+      if (auto frame = Received(reader_.Next(ReplyReader::LinkState::kQuiet))) return frame;
+    if (now >= until) return std::nullopt;
   }
 }
 
@@ -165,15 +194,16 @@ Frame Session::AwaitHandshake(Deadline deadline) {
   Fail(Exit::kLinkLost, fmt::format("no answer within {} (--timeout waits longer)", Seconds(options_.timeout)));
 }
 
-Frame Session::AwaitNumber(uint16_t number, Deadline deadline) {
+Frame Session::AwaitNumber(uint16_t number, milliseconds timeout) {
+  const Deadline deadline = Clock::now() + timeout;
   int strangers = 0;
-  while (Clock::now() < deadline) {
-    auto frame = NextFrame(std::min(deadline, Clock::now() + wire::kNudgeAfter));
+  while (Clock::now() < Patience(deadline, timeout)) {
+    auto frame = NextFrame(std::min(Patience(deadline, timeout), Clock::now() + wire::kNudgeAfter));
     if (frame && frame->number == number) return *frame;
-    if (frame && !given_up_.contains(frame->number)) FailNumber(frame->number, number);
+    if (frame && given_up_.erase(frame->number) == 0) FailNumber(frame->number, number);
     if (frame) strangers++;
     // Our request may stand behind one that is answered only now.
-    if (!given_up_.empty() && Clock::now() < deadline) Urge(strangers);
+    if (frame || !given_up_.empty()) Urge(strangers);
   }
   FailLate();
 }
@@ -190,10 +220,9 @@ Reply Session::Classify(uint16_t module, uint16_t command, Frame frame) const {
 
 Reply Session::Exchange(uint16_t module, uint16_t command, ByteView data, milliseconds timeout) {
   if (streams_) Fail(Exit::kUnexpected, "one request was to be asked in the middle of a stream of others");
-  const Deadline deadline = Clock::now() + timeout;
-  const uint16_t number = Send(module, command, data, deadline);
+  const uint16_t number = Send(module, command, data, Clock::now() + timeout);
   try {
-    return Classify(module, command, AwaitNumber(number, deadline));
+    return Classify(module, command, AwaitNumber(number, timeout));
   } catch (const Failure&) {
     given_up_.insert(number);
     if (options_.trace) options_.trace->Loose("<", reader_.rest());

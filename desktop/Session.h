@@ -65,20 +65,22 @@ class Session {
   friend class Stream;
 
   [[noreturn]] void Fail(Exit code, const std::string& what) const;
-  [[noreturn]] void FailLate() const;
+  [[noreturn]] void FailLate();
   [[noreturn]] void FailNumber(uint16_t came, uint16_t expected) const;
   void NeedPermission(uint16_t module, uint16_t command) const;
   uint16_t Queue(Bytes& frame);
-  void QueueFiller(size_t bytes);
+  size_t QueueFiller(size_t bytes);
+  size_t DropFiller(size_t bytes);
   void Flush(Deadline deadline);
   uint16_t Send(uint16_t module, uint16_t command, ByteView data, Deadline deadline);
   void Urge(int strangers);
+  Deadline Patience(Deadline deadline, std::chrono::milliseconds timeout) const;
   bool Transfer(Deadline deadline);
   void WriteSome();
   std::optional<Frame> NextFrame(Deadline until);
   std::optional<Frame> Received(std::optional<Frame> frame);
   Frame AwaitHandshake(Deadline deadline);
-  Frame AwaitNumber(uint16_t number, Deadline deadline);
+  Frame AwaitNumber(uint16_t number, std::chrono::milliseconds timeout);
   Reply Exchange(uint16_t module, uint16_t command, ByteView data, std::chrono::milliseconds timeout);
   Reply Classify(uint16_t module, uint16_t command, Frame frame) const;
   Result ResultOf(uint16_t module, uint16_t command, Reply reply) const;
@@ -88,7 +90,10 @@ class Session {
   Options options_;
   PacketNumbers numbers_;
   ReplyReader reader_;
-  Bytes out_, in_;               // not written yet; just arrived
+  Bytes out_, in_;         // not written yet; just arrived
+  size_t filler_run_ = 0;  // bytes of filler behind the last request
+  Deadline heard_{};       // when bytes arrived last
+  int interrupts_ = 0;
   bool needs_filler_;            // see Link::NeedsFiller
   bool streams_ = false;         // a stream has the word
   std::set<uint16_t> given_up_;  // numbers whose answers may still come and are not wanted any more

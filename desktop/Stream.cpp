@@ -29,8 +29,8 @@ using std::chrono::milliseconds;
 //   needed: 1093 of 20 bytes need none, 400 need 35 bytes each. Sent is what keeps the first quarter of those under way
 //   within reach, and no fewer than kFewest, for that is what the agent answers while an answer comes here and the next
 //   request gets there. At first, when answers come together that were waited for together, it is the first half.
-// * A run of filler never reaches 16380 bytes. An agent that held that many with exactly a start mark behind them would
-//   find no room and nothing to drop.
+// * A run of filler never reaches 16380 bytes (Session::QueueFiller sees to it). An agent that held that many with
+//   exactly a start mark behind them would find no room and nothing to drop.
 //
 // The window counts requests; the packet numbers, of which there are 4080, must tell those under way apart.
 constexpr uint64_t kReach = wire::kMaxRequest + 1;
@@ -41,18 +41,27 @@ constexpr size_t kMostBytesSent = size_t{256} << 10;
 constexpr size_t kMostBytesOfAStream = size_t{8} << 10;
 constexpr size_t kWriteAt = 1024;  // bytes that wait to be written, at most, while answers are handed out
 
-constexpr milliseconds kHelped{200};  // an answer this soon after a nudge was waiting for it
-constexpr int kNudgesThatHelped = 2;
+// An answer this soon after a nudge was waiting for it, or came by chance. How long is waited before the first, second
+// and third nudge of those that help, so that no steady phone, however slow, answers behind all three by chance.
+constexpr milliseconds kHelped{200};
+constexpr milliseconds kNudgesThatHelp[] = {wire::kNudgeAfter, 2 * wire::kNudgeAfter, wire::kNudgeAfter * 7 / 5};
 constexpr milliseconds kDrainTakes{5000};
 constexpr milliseconds kDrainAnswer{2000};  // for each answer
 
 constexpr size_t kLeastAhead = size_t{64} << 10;
 constexpr size_t kMostAhead = size_t{4} << 20;
+constexpr size_t kMoreForEach = 16;     // answers of unknown size under way, for each that has come
+constexpr size_t kSizesRemembered = 8;  // that the typical one is the mean of
 
 }  // namespace
 
-void Ahead::Took(size_t bytes, bool typical, Deadline now) {
-  if (typical) typical_ = std::max<size_t>(1, (typical_ * 7 + bytes) / 8);
+size_t Ahead::most_unknown() const { return kFewest + kMoreForEach * unknown_taken_; }
+
+void Ahead::Took(size_t bytes, bool unknown, Deadline now) {
+  if (unknown) {
+    const size_t others = std::min(unknown_taken_++, kSizesRemembered - 1);
+    typical_ = std::max<size_t>(1, (typical_ * others + bytes) / (others + 1));
+  }
   since_ += bytes;
   if (since_ < limit_) return;
   const auto took = now - looked_;
@@ -80,12 +89,10 @@ Stream::~Stream() {
 void Stream::Ask(uint16_t module, uint16_t command, Bytes data, Take take, size_t expected) {
   session_.NeedPermission(module, command);
   Bytes frame = BuildRequest(module, command, data, PacketNumbers::kAny);
-  const bool typical = expected == 0;
   waiting_.push_back({.module = module,
                       .command = command,
                       .size = frame.size(),
-                      .expected = typical ? ahead_.typical() : expected,
-                      .typical = typical,
+                      .expected = expected,
                       .frame = std::move(frame),
                       .take = std::move(take)});
   if (taking_) return;
@@ -108,7 +115,8 @@ void Stream::Finish() {
 bool Stream::HasRoom() const {
   if (sent_.empty()) return true;
   const size_t most_bytes = session_.needs_filler_ ? kMostBytesSent : kMostBytesOfAStream;
-  return sent_.size() < window_ && expected_ < ahead_.limit() && bytes_sent_ < most_bytes;
+  return sent_.size() < window_ && bytes_sent_ < most_bytes && unknown_ < ahead_.most_unknown() &&
+         expected_ + unknown_ * ahead_.typical() < ahead_.limit();
 }
 
 void Stream::Fill(bool more_follow) {
@@ -130,6 +138,7 @@ void Stream::Send(Request request) {
   position_ += request.size;
   bytes_sent_ += request.size;
   expected_ += request.expected;
+  unknown_ += request.expected == 0;
   if (sent_.empty()) session_.reader_.Expect(request.number);
   sent_.push_back(std::move(request));
   unwritten_++;
@@ -142,18 +151,14 @@ void Stream::TopUp(bool more_follow) {
   const size_t some = std::max(share, std::min(sent_.size(), kFewest) - 1);
   const Request& within_reach = more_follow ? sent_[some] : sent_.back();
   if (within_reach.start + kReach <= position_) return;
-  const size_t missing = within_reach.start + kReach - position_;
-  session_.QueueFiller(missing);
-  position_ += missing;
-  unsent_filler_ += missing;
+  const size_t filler = session_.QueueFiller(within_reach.start + kReach - position_);
+  position_ += filler;
+  unsent_filler_ += filler;
 }
 
 // Filler that is still here helps nobody once there is something better to send.
 void Stream::DropUnsentFiller() {
-  Bytes& out = session_.out_;
-  const size_t drop = std::min(unsent_filler_, out.size());
-  out.resize(out.size() - drop);
-  position_ -= drop;
+  position_ -= session_.DropFiller(unsent_filler_);
   unsent_filler_ = 0;
 }
 
@@ -164,36 +169,38 @@ void Stream::Step(bool more_follow) {
     session_.WriteSome();
     unwritten_ = 0;
   }
-  const Deadline now = Clock::now();
-  if (auto frame = session_.NextFrame(std::min(deadline_, now + wire::kNudgeAfter))) return HandOut(std::move(*frame));
-  if (Clock::now() < deadline_) return Silence();
+  const Deadline until = std::min(session_.Patience(deadline_, session_.options_.timeout), Clock::now() + NudgeAfter());
+  if (auto frame = session_.NextFrame(until)) return HandOut(std::move(*frame));
+  if (Clock::now() < session_.Patience(deadline_, session_.options_.timeout)) return Silence();
   late_ = true;
   session_.FailLate();
 }
+
+milliseconds Stream::NudgeAfter() const { return kNudgesThatHelp[std::min(helped_, std::size(kNudgesThatHelp) - 1)]; }
 
 // An agent that is not as we think it is may wait for a byte. Over a command, where filler is not called for at first,
 // it is when single bytes turn out to help.
 void Stream::Silence() {
   if (!Runs() || !session_.out_.empty() || !session_.reader_.rest().empty()) return;
-  session_.QueueFiller(1);
-  position_++;
+  position_ += session_.QueueFiller(1);
   nudged_ = Clock::now();
 }
 
 void Stream::HandOut(Frame frame) {
   const Request& first = sent_.front();
   if (frame.number != first.number) {
-    if (session_.given_up_.contains(frame.number)) return;
+    if (session_.given_up_.erase(frame.number) > 0) return;
     session_.FailNumber(frame.number, first.number);
   }
   Request request = std::move(sent_.front());
   sent_.pop_front();
   expected_ -= request.expected;
+  unknown_ -= request.expected == 0;
   bytes_sent_ -= request.size;
   if (!sent_.empty()) session_.reader_.Expect(sent_.front().number);
   const Deadline now = Clock::now();
-  ahead_.Took(frame.data.size(), request.typical, now);
-  if (nudged_ && now < *nudged_ + kHelped && ++helped_ == kNudgesThatHelped) session_.needs_filler_ = true;
+  ahead_.Took(frame.data.size(), request.expected == 0, now);
+  if (nudged_ && now < *nudged_ + kHelped && ++helped_ == std::size(kNudgesThatHelp)) session_.needs_filler_ = true;
   nudged_.reset();
   taken_++;
   taking_ = true;

@@ -23,13 +23,16 @@ namespace brelix {
 // the work has to wait for. Answers are handed out as they come, so that this is no matter of memory.
 class Ahead {
  public:
-  // Of an answer of this command, as far as the answers so far tell.
+  // Of an answer whose size nobody knew, as far as the answers so far tell.
   size_t typical() const { return typical_; }
   size_t limit() const { return limit_; }
-  void Took(size_t bytes, bool typical, Deadline now);
+  // How many such answers may be under way: few until some have come and told how large they are.
+  size_t most_unknown() const;
+  void Took(size_t bytes, bool unknown, Deadline now);
 
  private:
   size_t typical_ = 1024;
+  size_t unknown_taken_ = 0;
   size_t limit_ = size_t{512} << 10;
   size_t since_ = 0;  // bytes that came since the limit was looked at
   Deadline looked_ = Clock::now();
@@ -62,8 +65,7 @@ class Stream {
   struct Request {
     uint16_t module, command, number = 0;
     size_t size;      // bytes of the request
-    size_t expected;  // bytes of the answer
-    bool typical;     // nobody knew, it was taken to be like others
+    size_t expected;  // bytes of the answer, 0 where nobody knows
     Bytes frame;      // until it is sent
     Take take;
     uint64_t start = 0;   // where it begins, in bytes of the stream
@@ -75,6 +77,7 @@ class Stream {
   void TopUp(bool more_follow);
   void DropUnsentFiller();
   void Step(bool more_follow);
+  std::chrono::milliseconds NudgeAfter() const;
   void Silence();
   void HandOut(Frame frame);
   void Drain();
@@ -84,13 +87,14 @@ class Stream {
   const size_t window_;
   std::deque<Request> waiting_, sent_;
   Ahead ahead_;
-  size_t expected_ = 0;       // bytes of answers under way
+  size_t expected_ = 0;       // bytes of answers under way, as far as known
+  size_t unknown_ = 0;        // answers under way of which nobody knows
   size_t bytes_sent_ = 0;     // of the requests under way
   uint64_t position_ = 0;     // bytes of requests and filler so far
   size_t unsent_filler_ = 0;  // at the end of what the session has still to write
   Deadline deadline_;         // for the next answer
   std::optional<Deadline> nudged_;
-  int helped_ = 0;
+  size_t helped_ = 0;     // nudges
   uint64_t taken_ = 0;    // answers handed out
   size_t unwritten_ = 0;  // requests sent since something was written
   bool taking_ = false;

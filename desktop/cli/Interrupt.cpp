@@ -31,6 +31,8 @@ int CatchInterrupts() {
   return interrupt_pipe[0];
 }
 
+int InterruptFd() { return interrupt_pipe[0]; }
+
 void HoldStandardDescriptors() {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(fd, F_GETFD) >= 0) continue;

@@ -1,16 +1,21 @@
 #include "desktop/cli/Output.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
 #include <libsmartcols.h>
 #include <memory>
 #include <new>
+#include <poll.h>
 #include <unistd.h>
 
 #include "desktop/Failure.h"
 #include "desktop/Text.h"
+#include "desktop/Waiting.h"
+#include "desktop/cli/Interrupt.h"
 #include "desktop/cli/Progress.h"
 
 namespace brelix::cli {
@@ -21,9 +26,11 @@ bool Coloured(int fd) {
   return isatty(fd) != 0 && (no_color == nullptr || *no_color == '\0');
 }
 
-bool WriteAll(int fd, std::string_view text) {
+bool WriteAll(int fd, std::string_view text, CancelFd cancel) {
   while (!text.empty()) {
-    const ssize_t count = write(fd, text.data(), text.size());
+    // A reader that does not read must not keep an interrupt away. What is ready takes so many bytes without waiting.
+    if (cancel >= 0) WaitFor(fd, POLLOUT, Deadline::max(), cancel);
+    const ssize_t count = write(fd, text.data(), std::min<size_t>(text.size(), PIPE_BUF));
     if (count < 0 && errno != EINTR) return false;
     if (count > 0) text.remove_prefix(count);
   }
@@ -110,7 +117,7 @@ void List::Finish() {
 std::string JsonLine(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
 void WriteToStdout(std::string_view text) {
-  if (!WriteAll(STDOUT_FILENO, text))
+  if (!WriteAll(STDOUT_FILENO, text, InterruptFd()))
     throw Failure(Exit::kLocalFile, fmt::format("standard output cannot be written: {}", std::strerror(errno)));
 }
 
@@ -118,7 +125,7 @@ void Complain(std::string_view text) {
   const Progress::Hidden hidden;
   const bool coloured = Coloured(STDERR_FILENO);
   WriteAll(STDERR_FILENO,
-           fmt::format("{}brelix:{} {}\n", coloured ? "\033[1m" : "", coloured ? "\033[0m" : "", Printable(text)));
+           fmt::format("{}brelix:{} {}\n", coloured ? "\033[1m" : "", coloured ? "\033[0m" : "", Printable(text)), -1);
 }
 
 std::string ReadableSize(int64_t bytes) {

@@ -87,9 +87,11 @@ void ModelAgent::Serve() {
       seen_.requests.push_back(request);
       const std::string answer = answer_(request);
       for (size_t sent = 0; sent < answer.size();) {
-        const ssize_t some = send(peer, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
+        const ssize_t some =
+            send(peer, answer.data() + sent, std::min(answer.size() - sent, at_a_time_.load()), MSG_NOSIGNAL);
         if (some <= 0) break;
         sent += static_cast<size_t>(some);
+        std::this_thread::sleep_for(pause_.load());
       }
     }
     seen_.stuck = held_.size() == kBuffer;

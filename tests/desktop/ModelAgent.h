@@ -5,6 +5,8 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <thread>
@@ -23,6 +25,12 @@ class ModelAgent {
   std::string Address() const { return "tcp:127.0.0.1:" + std::to_string(port_); }
   // Reads nothing more, and answers nothing.
   void StopReading() { reads_ = false; }
+
+  // Answers so many bytes at a time.
+  void SendSlowly(size_t bytes, std::chrono::milliseconds pause) {
+    pause_ = pause;
+    at_a_time_ = bytes;
+  }
 
   struct Seen {
     std::vector<Frame> requests;
@@ -43,6 +51,8 @@ class ModelAgent {
 
   const Answer answer_;
   std::atomic<bool> reads_{true};
+  std::atomic<size_t> at_a_time_{SIZE_MAX};
+  std::atomic<std::chrono::milliseconds> pause_{};
   int listener_ = -1, port_ = 0;
   std::string held_;
   Seen seen_;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "desktop/ItemCollection.h"
 #include "desktop/Stream.h"
 #include "tests/desktop/ModelAgent.h"
 
@@ -71,8 +72,8 @@ TEST(Stream, SendsNoMoreFillerThanItTakes) {
   EXPECT_EQ(bytes_for(1, 2048, 4), 0u) << "a request alone";
   EXPECT_EQ(bytes_for(100, 1, 4), 0u) << "one by one";
   EXPECT_LE(bytes_for(2, 2048, 4), 16384u);
-  // Some more, since at first nobody knows that the answers are this small.
-  EXPECT_LE(bytes_for(8000, 2048, 4), 3 * 16384u) << "requests are filler for those before them";
+  // Some more at first, when few are asked for, since nobody knows how large the answers are.
+  EXPECT_LE(bytes_for(8000, 2048, 4), 8 * 16384u) << "requests are filler for those before them";
   EXPECT_LE(bytes_for(3000, 2048, 1000), 3000u * 1000 / 4) << "a fraction of the answers";
 }
 
@@ -221,6 +222,94 @@ TEST(Stream, AfterAnInterruptTakesInWhatIsUnderWayAndCloses) {
   EXPECT_LT(seen.held, 16u) << "nothing is left for the next desktop";
   close(interrupt[0]);
   close(interrupt[1]);
+}
+
+// Whoever interrupts twice waits for nothing more.
+TEST(Stream, AfterASecondInterruptLeavesAtOnce) {
+  int interrupt[2];
+  ASSERT_EQ(pipe2(interrupt, O_CLOEXEC | O_NONBLOCK), 0);
+  ModelAgent agent([](const Frame& request) { return ModelAgent::Reply(request, std::string(500, 'a')); });
+  {
+    Session session(Dial(agent, interrupt[0]), {.timeout = milliseconds(20000)});
+    session.Handshake();
+    session.AskResult(1, 1);
+    Stream stream(session);
+    uint32_t taken = 0;
+    EXPECT_THROW(
+        {
+          for (uint32_t n = 1; n <= 100000; n++)
+            stream.Ask(kModule, kCommand, Data(n, 4), [&](const Result&) {
+              if (++taken == 100 && write(interrupt[1], "!!", 2) != 2) ADD_FAILURE();
+            });
+        },
+        Failure);
+  }
+  EXPECT_EQ(agent.Finish().requests.back().module, kModule) << "neither close nor exit";
+  close(interrupt[0]);
+  close(interrupt[1]);
+}
+
+// Pictures: what is under way when the work ends is what has to be waited for.
+TEST(Stream, AsksForFewUntilItIsKnownHowLargeTheAnswersAre) {
+  ModelAgent agent([](const Frame& request) { return ModelAgent::Reply(request, std::string(60000, 'a')); });
+  {
+    Session session(Dial(agent), {.timeout = milliseconds(20000)});
+    ItemCollection items(session, kModule);
+    uint32_t told = 0;
+    items.AskAll(500, [&](uint32_t, const Result&) { return ++told < 5; });
+    EXPECT_EQ(told, 5u);
+  }
+  EXPECT_LT(agent.Finish().requests.size(), 40u);
+}
+
+// Filler and the nudges of a long wait together leave room for the next request.
+TEST(Stream, ALongWaitDoesNotFillTheAgentsBuffer) {
+  int n = 0;
+  ModelAgent agent([&](const Frame& request) {
+    if (++n == 1) std::this_thread::sleep_for(milliseconds(8300));
+    return ModelAgent::Reply(request, "");
+  });
+  {
+    Session session(Dial(agent), {.timeout = milliseconds(12000), .window = 2});
+    EXPECT_EQ(AskMany(session, 6, 4).size(), 6u);
+  }
+  EXPECT_FALSE(agent.Finish().stuck);
+}
+
+TEST(Stream, AnAnswerThatIsNotWantedAnyMoreIsPassedOverOnce) {
+  int n = 0;
+  uint16_t first = 0;
+  ModelAgent agent([&](const Frame& request) {
+    if (++n == 1) return first = request.number, std::string();
+    const std::string late = ModelAgent::Reply(request, "", request.module, first);
+    return n == 2 ? late + ModelAgent::Reply(request, "") : late;
+  });
+  Session session(Dial(agent), {.timeout = milliseconds(600)});
+  const auto code = [&] {
+    try {
+      AskMany(session, 1);
+    } catch (const Failure& failure) {
+      return failure.code();
+    }
+    return Exit::kOk;
+  };
+  EXPECT_EQ(code(), Exit::kLinkLost);
+  EXPECT_EQ(code(), Exit::kOk);
+  EXPECT_EQ(code(), Exit::kProtocol) << "a flood of them would have no end";
+}
+
+TEST(Stream, AnAnswerIsNotLateWhileItComes) {
+  for (const size_t window : {1, 2048}) {
+    ModelAgent agent([](const Frame& request) {
+      return ModelAgent::Reply(request, std::string(request.data.size() == 4 ? 3000 : 100000, 'a'));
+    });
+    agent.SendSlowly(100, milliseconds(30));
+    Session session(Dial(agent), {.timeout = milliseconds(250), .window = window});
+    EXPECT_EQ(AskMany(session, 1, 4), std::vector<size_t>{3000});
+    const auto start = Clock::now();
+    EXPECT_THROW(AskMany(session, 1, 5), Failure) << "but one without an end is";
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(20));
+  }
 }
 
 TEST(Stream, ReadOnlyIsRefusedBeforeAnythingIsSent) {
