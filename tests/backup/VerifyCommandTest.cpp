@@ -129,7 +129,8 @@ TEST(VerifyCommand, damage_is_a_fault_of_what_is_damaged) {
       .exec("UPDATE contact SET FirstName = CAST(x'FF' AS TEXT) WHERE FirstName = 'Ada'");
   // Neither hides that a file has another time.
   WriteOver(copy + "/notes.txt", "mine");
-  fs::last_write_time(copy + "/files/a.txt", fs::file_time_type{} + std::chrono::hours(1));
+  const std::string file = copy + "/files/a.txt";
+  fs::last_write_time(file, fs::last_write_time(file) + std::chrono::hours(1));
   for (const std::string& address : {std::string(), place.Address(place.Path("phone"))}) {
     const Outcome seen = Verify(copy, address);
     EXPECT_EQ(seen.code, 5) << seen.err;
@@ -193,10 +194,10 @@ TEST(VerifyCommand, leaves_nothing_in_a_full_temporary_folder) {
   ASSERT_EQ(place.Backup(phone, "copy").code, 0);
   const std::string place_for_it = place.Path("temporary");
   fs::create_directory(place_for_it);
-  // No file of this command can grow beyond 512 bytes; the phone's can.
+  // No file of this command can grow beyond a few KiB; the phone's can.
   const std::string address = "exec:ulimit -S -f unlimited; exec " BRELIX_PHONE_COMMAND " rapi --no-log " + phone;
   const Outcome full =
-      test::Run({"/bin/sh", "-c", "trap '' XFSZ; ulimit -S -f 1; exec \"$@\"", "sh", "/usr/bin/env",
+      test::Run({"/bin/sh", "-c", "trap '' XFSZ; ulimit -S -f 8; exec \"$@\"", "sh", "/usr/bin/env",
                  "TMPDIR=" + place_for_it, BRELIX_COMMAND, "-d", address, "verify", place.Path("copy")});
   EXPECT_EQ(full.code, 3);
   EXPECT_THAT(full.err, HasSubstr("make room"));
