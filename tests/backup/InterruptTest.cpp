@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "desktop/Failure.h"
+#include "desktop/backup/Backup.h"
 #include "desktop/backup/Domain.h"
 #include "desktop/backup/FileDigest.h"
 #include "desktop/backup/Manifest.h"
@@ -40,6 +41,17 @@ brelix::Exit Ending(Work work) {
   }
 }
 
+struct Quiet final : backup::BackupWatch {
+  void Started(bool goes_on, const std::string&) override { went_on = goes_on; }
+  void Begin(const backup::Domain&) override {}
+  void End() override {}
+  void Expect(std::optional<uint64_t>) override {}
+  void Advance(uint64_t) override {}
+  void Lost(brelix::Problem) override {}
+  void Notice(const std::string&) override {}
+  bool went_on = false;
+};
+
 TEST(Interrupt, EndsTheReadingOfAFolder) {
   const MadePhone phone(
       nlohmann::json{{"contacts", {{{"FirstName", "A"}}, {{"FirstName", "B"}}}},
@@ -62,6 +74,31 @@ TEST(Interrupt, EndsTheReadingOfAFolder) {
   // Each was taken by one of them.
   EXPECT_EQ(Ending([&] { backup::DigestOfFile(file, four.descriptor()); }), brelix::Exit::kInterrupted);
   EXPECT_EQ(Ending([&] { backup::DigestOfFile(file, none.descriptor()); }), brelix::Exit::kOk);
+}
+
+// What a backup does when all has come: it compares, and writes its manifest.
+TEST(Interrupt, EndsABackupThatWaitsForNoPhone) {
+  const MadePhone phone(nlohmann::json{{"contacts", {{{"FirstName", "A"}}}}});
+  const TemporaryFolder place;
+  const auto target = place.Path() / "copy";
+  Quiet quiet;
+  const auto back_up = [&](brelix::CancelFd cancel) {
+    brelix::Session session(brelix::Connect("exec:" BRELIX_PHONE_COMMAND " rapi --no-log " + phone.Path().string(),
+                                            brelix::Clock::now() + std::chrono::seconds(10), -1),
+                            {});
+    brelix::Client(session).Start();
+    const backup::BackupOptions options{
+        .domains = {backup::FindDomain("contacts")}, .tool_version = "test", .cancel = cancel};
+    backup::MakeBackup(session, target, options, quiet);
+  };
+  const Interrupts one(1), another(1);
+  EXPECT_EQ(Ending([&] { back_up(one.descriptor()); }), brelix::Exit::kInterrupted);
+  EXPECT_FALSE(std::filesystem::exists(target));
+  EXPECT_EQ(Ending([&] { back_up(one.descriptor()); }), brelix::Exit::kOk);
+  EXPECT_TRUE(quiet.went_on);
+  const std::string before = ReadFile(target / backup::kManifestName);
+  EXPECT_EQ(Ending([&] { back_up(another.descriptor()); }), brelix::Exit::kInterrupted);
+  EXPECT_EQ(ReadFile(target / backup::kManifestName), before);
 }
 
 }  // namespace

@@ -15,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::Not;
 
 json Phone() {
   return json::parse(R"({
@@ -186,10 +185,10 @@ TEST_F(Replace, one_that_has_what_did_not_come_now_is_kept) {
     ASSERT_EQ(made.code, 11) << made.err;
     EXPECT_THAT(made.err, HasSubstr("copy.before"));
     const json report = json::parse(made.out);
-    EXPECT_EQ(report["kept_before"], "copy.before");
+    EXPECT_EQ(report.value("kept_before", ""), "copy.before");
     EXPECT_TRUE(report["contacts"]["gone"].is_null());
     EXPECT_EQ(report["files"]["gone"], 0);
-    EXPECT_EQ(json::parse(Manifest("copy"))["taken"]["kept_before"], "copy.before");
+    EXPECT_EQ(json::parse(Manifest("copy"))["taken"].value("kept_before", ""), "copy.before");
     EXPECT_EQ(Manifest("copy.before"), before);
     EXPECT_EQ(Verify("copy.before"), 0);
     // Once is enough: the one that is replaced now has nothing that this one has not.
@@ -257,6 +256,24 @@ TEST_F(Replace, one_that_is_damaged_stops_nothing_and_is_kept) {
   std::ofstream(place.Path("copy") + "/manifest.json") << "{";
   EXPECT_EQ(place.Backup(phone, "copy").code, 3);
   EXPECT_FALSE(fs::exists(place.Path(".copy.partial")));
+}
+
+// A file system on which no file may have more than 640 KiB is as full as one can be here.
+TEST_F(Replace, a_full_disk_is_one_clear_line_and_gone_on_with) {
+  json description = Phone();
+  for (int i = 0; i < 120; i++)
+    description["registry"][0]["values"].push_back(
+        {{"name", std::to_string(i)}, {"type", "binary"}, {"data", {{"hex", std::string(16000, '4')}}}});
+  description["registry"][0]["key"] = "HKLM\\Software\\Large";
+  const std::string phone = place.MakePhone("phone", description);
+  std::vector<std::string> words = {"/bin/bash", "-c", "trap '' XFSZ; ulimit -f 640; exec \"$@\"", "bash"};
+  for (const std::string& word : place.BackupWords(phone, "copy")) words.push_back(word);
+  const Outcome full = test::Run(words);
+  EXPECT_EQ(full.code, 3);
+  EXPECT_THAT(full.err, HasSubstr("make room or choose another place; the same command again goes on"));
+  const Outcome made = place.Backup(phone, "copy");
+  EXPECT_EQ(made.code, 0) << made.err;
+  EXPECT_THAT(made.err, HasSubstr("going on with the backup"));
 }
 
 TEST_F(Replace, the_root_of_a_file_system_is_refused_before_anything_is_taken) {
