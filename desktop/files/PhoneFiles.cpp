@@ -46,15 +46,15 @@ FileEntry PhoneFiles::Info(const PhonePath& path) {
   return ParseFileInfo(AsText(result.data));
 }
 
-bool PhoneFiles::AnnounceFolder(const PhonePath& folder) {
-  if (!session_.AsksAhead() || !folders_.HasRoom()) return false;
-  folders_.Announce(folder);
+bool PhoneFiles::AnnounceFolder(const PhonePath& folder, bool soon) {
+  if (!session_.AsksAhead() || !(folders_.Knows(folder) || folders_.HasRoom(soon))) return false;
+  folders_.Announce(folder, soon);
   return true;
 }
 
 std::vector<FileEntry> PhoneFiles::List(const PhonePath& folder) {
   if (!session_.AsksAhead()) return Entries(folder.EverythingIn(), folder.ForPeople());
-  if (!folders_.Knows(folder)) folders_.Announce(folder);
+  if (!folders_.Knows(folder)) folders_.Announce(folder, true);
   ahead_.Stop();
   open_ = true;
   try {

@@ -27,8 +27,12 @@ class PhoneFiles {
   FileEntry Info(const PhonePath& path);
   // Everything in a folder, or everything that a pattern matches, in the phone's order.
   std::vector<FileEntry> List(const PhonePath& folder);
-  // Says that a folder will be listed, in any order. False when there is no room for more before some were listed.
-  bool AnnounceFolder(const PhonePath& folder);
+  // Says that a folder will be listed, soon or later, in any order. False when there is no room for more before some
+  // were listed.
+  bool AnnounceFolder(const PhonePath& folder, bool soon);
+  // Of the folders that were announced; see FolderAhead.
+  const FolderAhead& folders() const { return folders_; }
+  void ForgetFolder(const PhonePath& folder) { folders_.Forget(folder); }
   std::vector<FileEntry> Match(const PhonePath& pattern);
   // Hands a file's bytes to the sink, piece by piece, and returns their number. A listed size spares the last request
   // when the bytes that came are as many and the last piece is short; it decides nothing else.

@@ -164,8 +164,8 @@ TEST(Ahead, FoldersOfManyPartsAreListedOnceAndWhole) {
   ModelAgent agent([&](const Frame& request) { return phone.Answer(request); });
   Session session(Connect(agent.Address(), Clock::now() + std::chrono::seconds(5), -1), {});
   PhoneFiles files(session);
-  for (const auto& [path, count] : sizes) EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse(path)));
-  EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse("\\none")));
+  for (const auto& [path, count] : sizes) EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse(path), false));
+  EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse("\\none"), false));
   for (const auto& [path, count] : sizes) {
     const auto entries = files.List(PhonePath::Parse(path));
     ASSERT_EQ(entries.size(), count) << path;
@@ -188,7 +188,7 @@ TEST(Ahead, AnInterruptWhileOtherFoldersAreAskedForIsNotLost) {
   // Opening the fourth folder is the seventh request, which has to wait.
   Session session(Connect(agent.Address(), Clock::now() + std::chrono::seconds(5), interrupt[0]), {.window = 7});
   PhoneFiles files(session);
-  for (int i = 0; i < 20; i++) EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse("/" + std::to_string(i))));
+  for (int i = 0; i < 20; i++) EXPECT_TRUE(files.AnnounceFolder(PhonePath::Parse("/" + std::to_string(i)), false));
   int listed = 0;
   try {
     for (; listed < 20; listed++) {

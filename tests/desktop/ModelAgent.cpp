@@ -4,12 +4,14 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace brelix::test {
 namespace {
 
 constexpr size_t kBuffer = 16384;
 constexpr int kPatience = 30000;  // ms
+constexpr int kQuiet = 10;        // likewise
 constexpr int kGone = 3000;       // likewise; what was not read may hide that the desktop has left
 
 std::string Two(size_t value) { return {static_cast<char>(value >> 8), static_cast<char>(value)}; }
@@ -68,8 +70,19 @@ bool ModelAgent::Cut(Frame& request) {
   return true;
 }
 
+void ModelAgent::Send(int peer, const std::string& answer) const {
+  for (size_t sent = 0; sent < answer.size();) {
+    const ssize_t some =
+        send(peer, answer.data() + sent, std::min(answer.size() - sent, at_a_time_.load()), MSG_NOSIGNAL);
+    if (some <= 0) break;
+    sent += static_cast<size_t>(some);
+    std::this_thread::sleep_for(pause_.load());
+  }
+}
+
 void ModelAgent::Serve() {
   const int peer = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+  std::string late;
   for (std::string buffer(kBuffer, 0); peer >= 0 && !seen_.stuck;) {
     if (!reads_) {
       pollfd gone{peer, 0, 0};
@@ -77,7 +90,13 @@ void ModelAgent::Serve() {
       break;
     }
     pollfd polled{peer, POLLIN, 0};
-    if (poll(&polled, 1, kPatience) != 1) break;
+    const int ready = poll(&polled, 1, late.empty() ? kPatience : kQuiet);
+    if (ready == 0 && !late.empty()) {
+      Send(peer, std::exchange(late, {}));
+      seen_.rounds++;
+      continue;
+    }
+    if (ready != 1) break;
     const ssize_t count = recv(peer, buffer.data(), kBuffer - held_.size(), 0);
     if (count <= 0) break;
     seen_.bytes += static_cast<size_t>(count);
@@ -85,14 +104,11 @@ void ModelAgent::Serve() {
     Frame request;
     if (Cut(request)) {
       seen_.requests.push_back(request);
-      const std::string answer = answer_(request);
-      for (size_t sent = 0; sent < answer.size();) {
-        const ssize_t some =
-            send(peer, answer.data() + sent, std::min(answer.size() - sent, at_a_time_.load()), MSG_NOSIGNAL);
-        if (some <= 0) break;
-        sent += static_cast<size_t>(some);
-        std::this_thread::sleep_for(pause_.load());
-      }
+      std::string answer = answer_(request);
+      if (in_rounds_)
+        late += answer;
+      else
+        Send(peer, answer);
     }
     seen_.stuck = held_.size() == kBuffer;
   }

@@ -25,6 +25,8 @@ class ModelAgent {
   std::string Address() const { return "tcp:127.0.0.1:" + std::to_string(port_); }
   // Reads nothing more, and answers nothing.
   void StopReading() { reads_ = false; }
+  // Answers only once nothing more has come for a while, all together; this is a round.
+  void AnswerInRounds() { in_rounds_ = true; }
 
   // Answers so many bytes at a time.
   void SendSlowly(size_t bytes, std::chrono::milliseconds pause) {
@@ -36,6 +38,7 @@ class ModelAgent {
     std::vector<Frame> requests;
     size_t bytes = 0;  // requests and filler
     size_t held = 0;   // when the desktop had left
+    int rounds = 0;
     bool stuck = false;
   };
   // After the desktop has left.
@@ -48,9 +51,10 @@ class ModelAgent {
  private:
   void Serve();
   bool Cut(Frame& request);
+  void Send(int peer, const std::string& answer) const;
 
   const Answer answer_;
-  std::atomic<bool> reads_{true};
+  std::atomic<bool> reads_{true}, in_rounds_{false};
   std::atomic<size_t> at_a_time_{SIZE_MAX};
   std::atomic<std::chrono::milliseconds> pause_{};
   int listener_ = -1, port_ = 0;
