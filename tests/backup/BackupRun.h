@@ -15,6 +15,17 @@ namespace test {
 
 inline nlohmann::json ReadJson(const std::string& path) { return nlohmann::json::parse(ReadFile(path)); }
 
+// Two contacts, a value, two files and a folder; what a phone tells of itself.
+inline nlohmann::json SmallPhone() {
+  return nlohmann::json::parse(R"({
+    "lines": [{"name": "Cellular Line", "manufacturer": "Maker", "model": "M1", "serialNumber": "111"}],
+    "contacts": [{"oid": 7, "FirstName": "Ada"}, {"oid": 9, "FirstName": "Bo"}],
+    "registry": [{"key": "HKLM\\Software\\A", "values": [{"name": "n", "type": "dword", "data": 1}]}],
+    "files": [{"path": "\\a.txt", "text": "one", "modified": "2009-07-12T13:45:01Z"},
+              {"path": "\\Folder\\b.txt", "text": "two", "modified": "2009-07-12T13:45:02Z"},
+              {"path": "\\Folder", "folder": true, "modified": "2009-07-12T13:45:03Z"}]})");
+}
+
 class BackupPlace {
  public:
   std::string Path(const std::string& name) const { return (m_folder.Path() / name).string(); }

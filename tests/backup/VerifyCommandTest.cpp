@@ -16,16 +16,6 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
-json SmallPhone() {
-  return json::parse(R"({
-    "lines": [{"name": "Cellular Line", "manufacturer": "Maker", "model": "M1", "serialNumber": "111"}],
-    "contacts": [{"oid": 7, "FirstName": "Ada"}, {"oid": 9, "FirstName": "Bo"}],
-    "registry": [{"key": "HKLM\\Software\\A", "values": [{"name": "n", "type": "dword", "data": 1}]}],
-    "files": [{"path": "\\a.txt", "text": "one", "modified": "2009-07-12T13:45:01Z"},
-              {"path": "\\Folder\\b.txt", "text": "two", "modified": "2009-07-12T13:45:02Z"},
-              {"path": "\\Folder", "folder": true, "modified": "2009-07-12T13:45:03Z"}]})");
-}
-
 json WithFault(const char* call, const char* result, const json& times) {
   json phone = SmallPhone();
   phone["faults"] = {{{"call", call}, {"result", result}, {"times", times}}};

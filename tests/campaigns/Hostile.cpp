@@ -32,7 +32,8 @@ constexpr long kMemoryFactor = 1;
 #endif
 constexpr long kMostMemoryKib = 256 * 1024 * kMemoryFactor;
 constexpr int kSanitizerExit = 99;
-constexpr unsigned kJobs = 4;  // they mostly wait
+// They mostly wait.
+constexpr unsigned kJobs = 4;
 const fs::path kOutside = "/tmp/brelix-outside";  // where one of the phone's names leads
 
 // docs/brelix.md, "Exit codes", without 1: a fault in the command itself.
