@@ -9,26 +9,9 @@
 
 #include "desktop/Digest.h"
 #include "desktop/Failure.h"
+#include "desktop/backup/Descriptor.h"
 
 namespace brelix::backup {
-
-namespace {
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-
- private:
-  const int fd_;
-};
-
-}  // namespace
 
 std::string DigestOfFile(const std::filesystem::path& file, CancelFd cancel) {
   const auto fail = [&] {

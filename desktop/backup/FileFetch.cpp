@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "desktop/backup/Descriptor.h"
 #include "desktop/backup/FileDigest.h"
 #include "desktop/files/PartFile.h"
 
@@ -21,20 +22,6 @@ constexpr uint64_t kRememberBytes = 64U << 20;
 // A file may grow while it is read, by not so much. No phone of this kind keeps files of 4 GiB, so a file that goes on
 // behind its size has no end.
 constexpr uint64_t kMostGrowth = 1U << 20;
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-
- private:
-  const int fd_;
-};
 
 bool IsThere(const fs::path& path, const ListedFile& file) {
   struct stat status {};

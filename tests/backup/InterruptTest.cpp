@@ -1,35 +1,19 @@
 // An interrupt ends what reads a backup's folder, however large the files in it are.
-#include <array>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "desktop/Failure.h"
 #include "desktop/backup/Backup.h"
 #include "desktop/backup/Domain.h"
 #include "desktop/backup/FileDigest.h"
 #include "desktop/backup/Manifest.h"
+#include "tests/backup/SilentWatch.h"
 #include "tests/backup/TakenFolder.h"
+#include "tests/support/Interrupts.h"
 
 namespace test {
 namespace {
 
 namespace backup = brelix::backup;
-
-// The user has interrupted so many times.
-class Interrupts {
- public:
-  explicit Interrupts(size_t times) {
-    if (pipe(ends_.data()) != 0 || write(ends_[1], "!!!!", times) != static_cast<ssize_t>(times))
-      throw std::runtime_error("no pipe");
-  }
-  ~Interrupts() {
-    for (const int end : ends_) close(end);
-  }
-  int descriptor() const { return ends_[0]; }
-
- private:
-  std::array<int, 2> ends_;
-};
 
 template <typename Work>
 brelix::Exit Ending(Work work) {
@@ -40,17 +24,6 @@ brelix::Exit Ending(Work work) {
     return failure.code();
   }
 }
-
-struct Quiet final : backup::BackupWatch {
-  void Started(bool goes_on, const std::string&) override { went_on = goes_on; }
-  void Begin(const backup::Domain&) override {}
-  void End() override {}
-  void Expect(std::optional<uint64_t>) override {}
-  void Advance(uint64_t) override {}
-  void Lost(brelix::Problem) override {}
-  void Notice(const std::string&) override {}
-  bool went_on = false;
-};
 
 TEST(Interrupt, EndsTheReadingOfAFolder) {
   const MadePhone phone(
@@ -81,7 +54,7 @@ TEST(Interrupt, EndsABackupThatWaitsForNoPhone) {
   const MadePhone phone(nlohmann::json{{"contacts", {{{"FirstName", "A"}}}}});
   const TemporaryFolder place;
   const auto target = place.Path() / "copy";
-  Quiet quiet;
+  SilentWatch quiet;
   const auto back_up = [&](brelix::CancelFd cancel) {
     brelix::Session session(brelix::Connect("exec:" BRELIX_PHONE_COMMAND " rapi --no-log " + phone.Path().string(),
                                             brelix::Clock::now() + std::chrono::seconds(10), -1),

@@ -16,6 +16,7 @@
 
 #include "desktop/backup/Backup.h"
 #include "desktop/backup/Verify.h"
+#include "tests/backup/SilentWatch.h"
 #include "tests/campaigns/Child.h"
 #include "tests/campaigns/CutPhone.h"
 #include "tests/support/TemporaryFolder.h"
@@ -42,17 +43,6 @@ Tally& SharedTally() {
   if (memory == MAP_FAILED) throw std::runtime_error("no memory to share");
   return *new (memory) Tally{};
 }
-
-class Silent final : public backup::BackupWatch {
- public:
-  void Started(bool, const std::string&) override {}
-  void Begin(const backup::Domain&) override {}
-  void End() override {}
-  void Expect(std::optional<uint64_t>) override {}
-  void Advance(uint64_t) override {}
-  void Lost(brelix::Problem) override {}
-  void Notice(const std::string&) override {}
-};
 
 // A backup syncs all that it writes, so memory is the place for thousands of them.
 fs::path Place() {
@@ -104,7 +94,7 @@ class Campaign {
 
   // A backup; nothing when it was finished.
   std::optional<brelix::Failure> Take() {
-    Silent silent;
+    test::SilentWatch silent;
     try {
       brelix::Session session(brelix::Connect(phone_.Address(), brelix::Clock::now() + std::chrono::seconds(10), -1),
                               {});

@@ -1,10 +1,9 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "desktop/ItemCollection.h"
 #include "desktop/Stream.h"
 #include "tests/desktop/ModelAgent.h"
+#include "tests/support/Interrupts.h"
 
 namespace brelix {
 namespace {
@@ -196,11 +195,10 @@ TEST(Stream, TakesMayAskOnAndComeInTheOrderOfTheRequests) {
 // What a command that reads everything does when it is interrupted: the answers under way are taken in, and the session
 // is closed.
 TEST(Stream, AfterAnInterruptTakesInWhatIsUnderWayAndCloses) {
-  int interrupt[2];
-  ASSERT_EQ(pipe2(interrupt, O_CLOEXEC | O_NONBLOCK), 0);
+  const ::test::Interrupts interrupts;
   ModelAgent agent([](const Frame& request) { return ModelAgent::Reply(request, std::string(500, 'a')); });
   {
-    Session session(Dial(agent, interrupt[0]), {.timeout = milliseconds(20000)});
+    Session session(Dial(agent, interrupts.descriptor()), {.timeout = milliseconds(20000)});
     session.Handshake();
     session.AskResult(1, 1);
     uint32_t taken = 0;
@@ -208,7 +206,7 @@ TEST(Stream, AfterAnInterruptTakesInWhatIsUnderWayAndCloses) {
       Stream stream(session);
       for (uint32_t n = 1; n <= 100000; n++)
         stream.Ask(kModule, kCommand, Data(n, 4), [&](const Result&) {
-          if (++taken == 1000 && write(interrupt[1], "!", 1) != 1) ADD_FAILURE();
+          if (++taken == 1000) interrupts.Come(1);
         });
       ADD_FAILURE() << "not interrupted";
     } catch (const Failure& failure) {
@@ -220,17 +218,14 @@ TEST(Stream, AfterAnInterruptTakesInWhatIsUnderWayAndCloses) {
   const Frame& last = seen.requests.back();
   EXPECT_EQ(std::make_pair(last.module, last.command), std::make_pair(uint16_t{1}, uint16_t{3})) << "close";
   EXPECT_LT(seen.held, 16u) << "nothing is left for the next desktop";
-  close(interrupt[0]);
-  close(interrupt[1]);
 }
 
 // Whoever interrupts twice waits for nothing more.
 TEST(Stream, AfterASecondInterruptLeavesAtOnce) {
-  int interrupt[2];
-  ASSERT_EQ(pipe2(interrupt, O_CLOEXEC | O_NONBLOCK), 0);
+  const ::test::Interrupts interrupts;
   ModelAgent agent([](const Frame& request) { return ModelAgent::Reply(request, std::string(500, 'a')); });
   {
-    Session session(Dial(agent, interrupt[0]), {.timeout = milliseconds(20000)});
+    Session session(Dial(agent, interrupts.descriptor()), {.timeout = milliseconds(20000)});
     session.Handshake();
     session.AskResult(1, 1);
     Stream stream(session);
@@ -239,14 +234,12 @@ TEST(Stream, AfterASecondInterruptLeavesAtOnce) {
         {
           for (uint32_t n = 1; n <= 100000; n++)
             stream.Ask(kModule, kCommand, Data(n, 4), [&](const Result&) {
-              if (++taken == 100 && write(interrupt[1], "!!", 2) != 2) ADD_FAILURE();
+              if (++taken == 100) interrupts.Come(2);
             });
         },
         Failure);
   }
   EXPECT_EQ(agent.Finish().requests.back().module, kModule) << "neither close nor exit";
-  close(interrupt[0]);
-  close(interrupt[1]);
 }
 
 // Pictures: what is under way when the work ends is what has to be waited for.
