@@ -1,10 +1,12 @@
 #include "tests/desktop/ModelAgent.h"
 
-#include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
+
+#include "tests/desktop/LoopbackListener.h"
 
 namespace brelix::test {
 namespace {
@@ -19,15 +21,7 @@ std::string Two(size_t value) { return {static_cast<char>(value >> 8), static_ca
 }  // namespace
 
 ModelAgent::ModelAgent(Answer answer) : answer_(std::move(answer)) {
-  listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in at{};
-  at.sin_family = AF_INET;
-  at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof at;
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&at), size) != 0 || listen(listener_, 1) != 0 ||
-      getsockname(listener_, reinterpret_cast<sockaddr*>(&at), &size) != 0)
-    throw std::runtime_error("no listener");
-  port_ = ntohs(at.sin_port);
+  std::tie(listener_, port_) = ListenOnLoopback();
   thread_ = std::thread([this] { Serve(); });
 }
 
