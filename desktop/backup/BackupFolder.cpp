@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <fmt/chrono.h>
@@ -13,6 +12,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "desktop/backup/Descriptor.h"
+#include "desktop/backup/FailAt.h"
+
 namespace brelix::backup {
 
 namespace {
@@ -20,26 +22,15 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kProgressVersion = 1;
-// Facts of the record: the new backup's id once it is whole, that of the one in whose place it comes, the name that
-// the latter gets where it is kept, and that the latter is being removed.
+// Facts of the record: the new backup's id once it is whole, that of the one in whose place it comes, and the name
+// that the latter gets where it is kept.
 constexpr const char* kPlaced = "placed";
 constexpr const char* kReplaces = "replaces";
 constexpr const char* kKeepAs = "keep_as";
 
-[[noreturn]] void Fail(const fs::path& path, std::string_view what) {
-  throw Failure(Exit::kLocalFile, fmt::format("{}: {}", path.string(), what));
-}
-
-[[noreturn]] void FailAs(const fs::path& path, std::string_view what, int error) {
-  Fail(path, fmt::format("{}: {}", what, std::strerror(error)));
-}
-
 void SyncFolder(const fs::path& folder) {
-  const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const bool good = fd >= 0 && fsync(fd) == 0;
-  const int error = errno;
-  if (fd >= 0) close(fd);
-  if (!good) FailAs(folder, "cannot be brought to the disk", error);
+  const Descriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened.get() < 0 || fsync(opened.get()) != 0) FailAs(folder, "cannot be brought to the disk", errno);
 }
 
 std::string Now() { return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std::time(nullptr))); }
@@ -47,10 +38,9 @@ std::string Now() { return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(std:
 // Not a secret: only another one each time.
 std::string NewId() {
   uint64_t number = 0;
-  const int fd = open("/dev/urandom", O_RDONLY | O_CLOEXEC);
-  const bool read_it = fd >= 0 && read(fd, &number, sizeof number) == sizeof number;
-  if (fd >= 0) close(fd);
-  if (!read_it) number = static_cast<uint64_t>(std::time(nullptr)) << 20 | static_cast<uint64_t>(getpid());
+  const Descriptor random(open("/dev/urandom", O_RDONLY | O_CLOEXEC));
+  if (read(random.get(), &number, sizeof number) != sizeof number)
+    number = static_cast<uint64_t>(std::time(nullptr)) << 20 | static_cast<uint64_t>(getpid());
   return fmt::format("{:016x}", number);
 }
 

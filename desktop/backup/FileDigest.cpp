@@ -2,21 +2,17 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include "desktop/Digest.h"
-#include "desktop/Failure.h"
 #include "desktop/backup/Descriptor.h"
+#include "desktop/backup/FailAt.h"
 
 namespace brelix::backup {
 
 std::string DigestOfFile(const std::filesystem::path& file, CancelFd cancel) {
-  const auto fail = [&] {
-    throw Failure(Exit::kLocalFile, fmt::format("{}: cannot be read: {}", file.string(), std::strerror(errno)));
-  };
+  const auto fail = [&] { FailAs(file, "cannot be read", errno); };
   const Descriptor opened(open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (opened.get() < 0) fail();
   Digest digest;

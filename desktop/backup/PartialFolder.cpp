@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "desktop/Failure.h"
+#include "desktop/backup/FailAt.h"
 
 namespace brelix::backup {
 
@@ -30,14 +29,6 @@ constexpr const char* kSchema = R"(
   CREATE TABLE IF NOT EXISTS lost (id INTEGER PRIMARY KEY, domain TEXT NOT NULL, item TEXT NOT NULL, why TEXT NOT NULL);
   CREATE INDEX IF NOT EXISTS lost_by_domain ON lost (domain, id);
 )";
-
-[[noreturn]] void Fail(const fs::path& path, std::string_view what) {
-  throw Failure(Exit::kLocalFile, fmt::format("{}: {}", path.string(), what));
-}
-
-[[noreturn]] void FailAs(const fs::path& path, std::string_view what, int error) {
-  Fail(path, fmt::format("{}: {}", what, std::strerror(error)));
-}
 
 bool IsOurs(const std::string& name) {
   const auto is = [&](const char* one) { return name == one; };

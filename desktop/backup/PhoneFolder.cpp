@@ -6,6 +6,7 @@
 
 #include "desktop/Failure.h"
 #include "desktop/Text.h"
+#include "desktop/backup/FailAt.h"
 #include "desktop/backup/FileDigest.h"
 #include "desktop/files/LocalName.h"
 #include "desktop/files/PhonePath.h"
@@ -22,10 +23,6 @@ constexpr size_t kBatchItems = 500;
 constexpr size_t kBatchBytes = 4U << 20;
 
 fs::path DatabaseOf(const fs::path& folder) { return folder / "phone.db"; }
-
-[[noreturn]] void Fail(const fs::path& path, const std::string& why) {
-  throw Failure(Exit::kLocalFile, fmt::format("{}: {}", path.string(), why));
-}
 
 // The name as proper UTF-8, another one for each. Somebody may have put things here whose names no phone has.
 std::string KeyOf(const std::string& name) {
